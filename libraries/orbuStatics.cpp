@@ -1,0 +1,4 @@
+// Every object of the library that is constructed at load time, in load order. Read from the top this is
+// start-up, and from the bottom it is shutdown: the process's exit list runs what is registered here
+// backward. No other source of the library has a dynamic initialiser; what they hold is constinit or made on
+// first use.
