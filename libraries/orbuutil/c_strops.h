@@ -1,13 +1,15 @@
 // Operations on the text of a `str` that take no notice of encodings: hash, numbers, placeholders,
 // substrings, search, case, white space and the escape pair.
 //
-// Ownership: a returned `str` belongs to the caller, who gives it to str_uninit. Operands are only read,
-// except where "in place" is said; they may be one and the same object. Null: a null `str` pointer is taken
-// as a string with null text. Raw texts are UTF-8 and end in a NUL. Units: a position or count of characters
-// goes by lead bytes (continuation bytes are never inspected); what counts bytes says so. Numbers are written
-// and read as the "C" locale does it, whatever locale the host has set. Failures: parsers report through `ok`
-// (1 done, 0 not; may be null) and give 0; nothing here sets the error record. Threads: nothing is locked,
-// one object belongs to one thread at a time.
+// - Ownership: a returned `str` belongs to the caller, who gives it to str_uninit. Operands are only read,
+//   except where "in place" is said; they may be one and the same object.
+// - Null: a null `str` pointer is taken as a string with null text. Raw texts are UTF-8 and end in a NUL.
+// - Units: a position or count of characters goes by lead bytes (continuation bytes are never inspected);
+//   what counts bytes says so.
+// - Numbers are written and read as the "C" locale does it, whatever locale the host has set.
+// - Failures: parsers report through `ok` (1 done, 0 not; may be null) and give 0; nothing here sets the
+//   error record.
+// - Threads: nothing is locked, one object belongs to one thread at a time.
 #pragma once
 
 #include "orbuutil/orbuExport.h"

@@ -1,8 +1,8 @@
 // Tokens: splitting a TStr into a TList<TStr> and joining it again, and a few conveniences on TStr.
 //
-// Ownership: everything is returned by value; the two buffers are released with memory_free.
-// A null token is a TStr without a handle: it stays null in copies, and isNull() and isEmpty() are true on
-// it. Threads: one object belongs to one thread at a time.
+// - Ownership: everything is returned by value; the two buffers are released with memory_free.
+// - A null token is a TStr without a handle: it stays null in copies; isNull() and isEmpty() are true on it.
+// - Threads: one object belongs to one thread at a time.
 #pragma once
 
 #include "orbuutil/orbuExport.h"
