@@ -1,5 +1,6 @@
 #include "orbuutil/c_memory.h"
 
+#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -14,10 +15,10 @@ constexpr unsigned long header_bytes = sizeof(std::uint64_t);
 } // namespace
 
 void* memory_allocate(unsigned long size) {
-    const std::uint64_t total = size + header_bytes;
-    if (total < size) {
-        return nullptr;
+    if (size > LONG_MAX - header_bytes) {
+        return nullptr; // a negative length, most likely
     }
+    const std::uint64_t total = size + header_bytes;
     char* block = static_cast<char*>(std::calloc(1, total));
     if (block == nullptr) {
         return nullptr;
