@@ -12,6 +12,7 @@
 
 #include "orbuutil/c_list.h"
 #include "orbuutil/c_memory.h"
+#include "orbuutil/tstr.h"
 
 // A place in a TList<T>: owns one list iterator. Dies with the entry it stands on.
 template <typename T>
@@ -107,3 +108,7 @@ private:
 
 template <typename T>
 constinit list_info_record* TList<T>::sinfo = nullptr;
+
+// Held by the library itself, tinstances.cpp. (TMap::keys gives lists of both.)
+extern template class TList<TStr>;
+extern template class TList<long>;

@@ -103,3 +103,6 @@ private:
 
 template <typename K, typename V>
 constinit hashmap_info_record* TMap<K, V>::sinfo = nullptr;
+
+// Held by the library itself, tinstances.cpp.
+extern template class TMap<TStr, TStr>;
