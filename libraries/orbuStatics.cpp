@@ -2,3 +2,7 @@
 // start-up, and from the bottom it is shutdown: the process's exit list runs what is registered here
 // backward. No other source of the library has a dynamic initialiser; what they hold is constinit or made on
 // first use.
+#include "orbuutil/tstr.h"
+
+// The string without a handle: hosts pass it and test for it.
+const TStr TStr::null{static_cast<void* const&>(nullptr)};
