@@ -3,6 +3,11 @@
 // backward. No other source of the library has a dynamic initialiser; what they hold is constinit or made on
 // first use.
 #include "orbuutil/tstr.h"
+#include "qmx/qmxBase.h"
 
 // The string without a handle: hosts pass it and test for it.
 const TStr TStr::null{static_cast<void* const&>(nullptr)};
+
+// The two built-in counters. At exit they report on standard error what was counted and not taken off.
+QMXBaseStaticCounter QMXBasePrivate::mAllocatedBytes("QMXBase Allocated Bytes", 0);
+QMXBaseStaticCounter QMXBasePrivate::mAllocatedInstances("QMXBase Allocated Instances", 0);
