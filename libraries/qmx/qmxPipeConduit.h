@@ -198,4 +198,4 @@ private:
     QMXPipeConduitData* mpData;
 };
 
-extern template class ORBU_EXPORT TMap<TStr, QMXPipeFacility*>;
+extern template class TMap<TStr, QMXPipeFacility*>;

@@ -58,4 +58,4 @@ ORBU_EXPORT TList<QMXPipeIODevice*> createPipeDevicePair();
 // A new pipe as two descriptors, which the caller closes. False, and nothing stored, when pipe(2) fails.
 ORBU_EXPORT bool createPipeFDPair(int& readFd, int& writeFd);
 
-extern template class ORBU_EXPORT TList<QMXPipeIODevice*>;
+extern template class TList<QMXPipeIODevice*>;

@@ -55,7 +55,7 @@ public:
     // The key of the writer that reaches the partner; 0 means all writers.
     int writerIndex() const;
     Callback callback() const;
-    void setCallback(Callback callback);
+    void setCallback(Callback look);
     // For handlers; stored and handed back, not retained.
     QMXPipeFacilityInvocationContext* context() const;
     void setContext(QMXPipeFacilityInvocationContext* context);
