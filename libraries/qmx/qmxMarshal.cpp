@@ -1,0 +1,197 @@
+#include "qmx/qmxMarshal.h"
+
+#include "orbuutil/c_listPrivate.h"
+#include "orbuutil/c_stropsPrivate.h"
+#include "orbuutil/tstrListPrivate.h"
+#include "qmx/qmxLogPrivate.h"
+
+#include <algorithm>
+#include <array>
+
+namespace {
+
+// What a byte becomes: one or three bytes, and zeros behind them.
+struct Escape {
+    char text[4];
+};
+
+constexpr bool isPlain(unsigned char c) {
+    return static_cast<unsigned char>(c - '0') < 10 || static_cast<unsigned char>((c | 0x20) - 'a') < 26 ||
+           c == '_' || c == '-';
+}
+
+constexpr std::array<Escape, 256> makeEscapes() {
+    constexpr char hex[] = "0123456789abcdef";
+    std::array<Escape, 256> table{};
+    for (unsigned c = 0; c < 256; ++c) {
+        if (isPlain(static_cast<unsigned char>(c)))
+            table[c] = {{static_cast<char>(c), 0, 0, 0}};
+        else
+            table[c] = {{'!', hex[c >> 4], hex[c & 15], 0}};
+    }
+    return table;
+}
+
+constexpr std::array<signed char, 256> makeHexValues() {
+    std::array<signed char, 256> table{};
+    table.fill(-1);
+    for (int i = 0; i < 10; ++i)
+        table[static_cast<size_t>('0' + i)] = static_cast<signed char>(i);
+    for (int i = 0; i < 6; ++i) {
+        table[static_cast<size_t>('a' + i)] = static_cast<signed char>(10 + i);
+        table[static_cast<size_t>('A' + i)] = static_cast<signed char>(10 + i);
+    }
+    return table;
+}
+
+constexpr std::array<Escape, 256> escapes = makeEscapes();
+constexpr std::array<signed char, 256> hexValues = makeHexValues();
+
+long marshalledBytes(const char* text, long bytes) {
+    long escaped = 0;
+    for (long i = 0; i < bytes; ++i)
+        escaped += isPlain(static_cast<unsigned char>(text[i])) ? 0 : 1;
+    return bytes + 2 * escaped;
+}
+
+// Writes the escaped form and gives its end. Every byte writes four, the surplus being zeros: the room behind
+// the end must take three more, which a text buffer's zeroed tail does.
+char* marshalTo(char* to, const char* text, long bytes) {
+    for (long i = 0; i < bytes; ++i) {
+        const Escape& escape = escapes[static_cast<unsigned char>(text[i])];
+        std::memcpy(to, escape.text, sizeof escape.text);
+        to += escape.text[1] != 0 ? 3 : 1;
+    }
+    return to;
+}
+
+TStr adopt(str* made) { return TStr(static_cast<void*>(made)); }
+
+// The value of the two characters of an escape, by the rules of TStr::toLong (a sign or a blank passes);
+// false when they cannot be decoded, which is reported with the whole input.
+bool decodePair(const char* pair, const char* whole, long bytes, char* byte) {
+    const long high = hexValues[static_cast<unsigned char>(pair[0])];
+    const long low = hexValues[static_cast<unsigned char>(pair[1])];
+    if (high >= 0 && low >= 0) {
+        *byte = static_cast<char>(high << 4 | low);
+        return true;
+    }
+    const TStr text(pair, 2, STR_UTF8);
+    bool ok = false;
+    const long value = text.toLong(&ok, 16);
+    if (!ok) {
+        qmxLogError("Could not decode escape in string: %1 (%2)", TStr(whole, bytes, STR_UTF8), text);
+        return false;
+    }
+    if (value >= 256) {
+        qmxLogError("UTF-8 character out of range: %1", value);
+        return false;
+    }
+    *byte = static_cast<char>(value);
+    return true;
+}
+
+// The decoded form of an escaped text: what is decoded, up to the first zero.
+str* unmarshalBytes(const char* text, long bytes) {
+    constexpr long roomOnStack = 1024;
+    char room[roomOnStack];
+    str* large = bytes > roomOnStack ? private_str_blank(bytes) : nullptr;
+    char* const start = bytes > roomOnStack ? private_str_text(large) : room;
+    if (start == nullptr)
+        return nullptr;
+
+    char* to = start;
+    const char* const end = text + bytes;
+    for (const char* from = text; from < end;) {
+        if (*from != '!') {
+            *to++ = *from++;
+            continue;
+        }
+        if (end - from < 3 || !decodePair(from + 1, text, bytes, to))
+            break;
+        ++to;
+        from += 3;
+    }
+    str* made =
+        private_str_from_bytes(start, static_cast<long>(strnlen(start, static_cast<size_t>(to - start))));
+    str_uninit(large);
+    return made;
+}
+
+TList<TStr> oneItem(TStr const& s) {
+    TList<TStr> list;
+    list_push(list.handle(), &s);
+    return list;
+}
+
+} // namespace
+
+TStr marshalString(TStr const& s) {
+    const char* text = private_str_text_or_empty(s.handle());
+    const long bytes = private_str_extent(s.handle());
+    str* made = private_str_blank(marshalledBytes(text, bytes));
+    if (made != nullptr)
+        marshalTo(made->text, text, bytes);
+    return adopt(made);
+}
+
+TStr unmarshalString(TStr const& s) {
+    return adopt(unmarshalBytes(private_str_text_or_empty(s.handle()), private_str_extent(s.handle())));
+}
+
+TStr marshalStringList(TList<TStr> const& list) {
+    char count[PRIVATE_DIGITS_ROOM];
+    const long digits = private_str_digits(count, list_count(list.handle()), 10);
+    long total = 1 + digits + 1;
+    for (const list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
+        const str* item = static_cast<const TStr*>(e->value)->handle();
+        total +=
+            marshalledBytes(private_str_text_or_empty(item), private_str_extent(item)) + (e->next != nullptr);
+    }
+
+    str* made = private_str_blank(total);
+    if (made == nullptr)
+        return adopt(made);
+    char* to = made->text;
+    *to++ = '#';
+    to = std::copy_n(count, digits, to);
+    *to++ = ':';
+    for (const list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
+        const str* item = static_cast<const TStr*>(e->value)->handle();
+        to = marshalTo(to, private_str_text_or_empty(item), private_str_extent(item));
+        if (e->next != nullptr)
+            *to++ = ',';
+    }
+    return adopt(made);
+}
+
+TList<TStr> unmarshalStringList(TStr const& s) {
+    if (s.isEmpty())
+        return TList<TStr>();
+    // Any other first character passes for the "#", unless there is a "#" further on.
+    if (s.find("#") > 0)
+        return oneItem(s);
+    const int colon = s.find(":");
+    if (colon <= 0)
+        return oneItem(s);
+    bool ok = false;
+    const long count = s.mid(1, colon - 1).toLong(&ok, 10);
+    if (!ok)
+        return oneItem(s);
+
+    // Counted first: the parts are decoded only when their number is right.
+    const TStr rest = s.mid(colon + 1, -1);
+    const StrTokens parts(private_str_text_or_empty(rest.handle()), private_str_extent(rest.handle()), ",");
+    const char* token = nullptr;
+    long bytes = 0;
+    long found = 0;
+    for (StrTokens walk = parts; walk.next(&token, &bytes);)
+        ++found;
+    if (found != count)
+        return oneItem(s);
+
+    TList<TStr> list;
+    for (StrTokens walk = parts; walk.next(&token, &bytes);)
+        private_tlist_adopt(list, token != nullptr ? unmarshalBytes(token, bytes) : private_str_blank(0));
+    return list;
+}
