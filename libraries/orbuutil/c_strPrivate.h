@@ -89,28 +89,18 @@ struct private_str_encoding {
 inline constexpr long private_str_encodings = 6;
 extern const private_str_encoding str_encode_map[private_str_encodings];
 
-long private_str_encode_ascii(private_str_word point, char* to, long room, private_str_word* state);
-long private_str_encode_utf8(private_str_word point, char* to, long room, private_str_word* state);
-long private_str_encode_utf16(private_str_word point, char* to, long room, private_str_word* state);
-long private_str_encode_utf16BE(private_str_word point, char* to, long room, private_str_word* state);
-long private_str_encode_utf16LE(private_str_word point, char* to, long room, private_str_word* state);
-long private_str_encode_utf32(private_str_word point, char* to, long room, private_str_word* state);
+// Sizing and conversion as the public functions do them, with what a string knows beyond its raw text:
+// `srclen` is the length that the source's length function would find (-1: ask it), and `stopped` receives
+// the place in `dst` behind what was written. `hard_room` bounds the terminator as well.
+long private_str_requires(const void* src, long srcbytes, long srcenc, long dstenc, long srclen);
+int private_str_convert(const void* src, long srcbytes, long srcenc, void* dst, long dstbytes, long dstenc,
+                        long hard_room, char** stopped);
 
-long private_str_decode_ascii(const char* from, long bytes, private_str_word* point, private_str_word* state);
-long private_str_decode_utf8(const char* from, long bytes, private_str_word* point, private_str_word* state);
-long private_str_decode_utf16(const char* from, long bytes, private_str_word* point, private_str_word* state);
-long private_str_decode_utf16BE(const char* from, long bytes, private_str_word* point,
-                                private_str_word* state);
-long private_str_decode_utf16LE(const char* from, long bytes, private_str_word* point,
-                                private_str_word* state);
-long private_str_decode_utf32(const char* from, long bytes, private_str_word* point, private_str_word* state);
+// The same through the table alone, one call for each character: what the fast loops are checked against.
+long private_str_requires_by_table(const void* src, long srcbytes, long srcenc, long dstenc);
+int private_str_convert_by_table(const void* src, long srcbytes, long srcenc, void* dst, long dstbytes,
+                                 long dstenc);
 
-long private_str_utf8_codelen(private_str_word point);
-long private_str_utf16_codelen(private_str_word point);
-
-long private_str_ascii_len(const char* source);
-long private_str_utf8_len(const char* source);
-long private_str_utf16_len(const char* source);
-long private_str_utf16be_len(const char* source);
-long private_str_utf16le_len(const char* source);
-long private_str_utf32_len(const char* source);
+// A zeroed buffer of `bytes` bytes with the padding behind it, for memory_free; null when memory is
+// exhausted.
+char* private_str_allocate(long bytes);
