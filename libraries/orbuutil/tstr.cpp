@@ -147,8 +147,8 @@ TStr operator+(const char* utf8, const TStr& s) { return TStr(utf8) + s; }
 TStr& TStr::operator+=(const TStr& other) { return cat(other); }
 
 TStr& TStr::operator+=(const char* utf8) {
+    append_and_release(plain(), str_from_utf8(utf8)); // before the view goes: it may be that text
     clearCachedEncoding();
-    append_and_release(plain(), str_from_utf8(utf8));
     return *this;
 }
 
