@@ -1,0 +1,131 @@
+#include "orbuutil/tmapPrivate.h"
+
+#include "orbuutil/c_listPrivate.h"
+#include "orbuutil/tstr.h"
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+#include <type_traits>
+
+namespace {
+
+void put(TMap<TStr, TStr>& map, const char* key, const char* value) {
+    TStr k(key);
+    TStr v(value);
+    hashmap_insert(map.handle(), &k, &v);
+}
+
+std::string keys(TMap<TStr, TStr> const& map) {
+    TList<TStr> list = map.keys();
+    std::string text;
+    for (list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
+        text += static_cast<TStr*>(e->value)->toUtf8();
+        text += " ";
+    }
+    return text;
+}
+
+// A host's own key, with its hash beside it.
+namespace host {
+struct Key {
+    int number = 0;
+    bool operator==(Key const&) const = default;
+};
+unsigned long hash(Key const& key) { return static_cast<unsigned long>(key.number); }
+} // namespace host
+
+} // namespace
+
+static_assert(!std::is_copy_assignable_v<TMap<TStr, TStr>>);
+static_assert(sizeof(TMap<long, int>) == 2 * sizeof(void*)); // the virtual table and the map
+
+// The order in which marshalled attributes are written follows from these.
+TEST(Hash, IsTheNumberOrTheFirstBytes) {
+    const struct {
+        const char* text;
+        unsigned long expected;
+    } rows[] = {
+        {"", 0},
+        {"a", 0x61},
+        {"ab", 0x6162},
+        {"abcdefgh", 0x6162636465666768},
+        {"abcdefgh1", 0x6867666564636261}, // the packing order changes with the ninth byte
+        {"abcdefgh2", 0x6867666564636261},
+        {"\xc3\xa9", 0xffffffffffffffa9}, // bytes are widened with their sign
+        {"\xc3z", 0xffffffffffffc37a},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(hash(TStr(row.text)), row.expected) << row.text;
+    }
+    EXPECT_EQ(hash(TStr()), 0U);
+    EXPECT_EQ(hash(TStr::null), 0U);
+    EXPECT_EQ(hash(-1L), ULONG_MAX);
+    EXPECT_EQ(hash(-2), ULONG_MAX - 1);
+    EXPECT_EQ(hash('\xff'), ULONG_MAX);
+}
+
+TEST(TMap, WalksInTheOrderOfTheFormat) {
+    TMap<TStr, TStr> map;
+    EXPECT_EQ(hashmap_bucket_count(map.handle()), 17);
+    for (const char* key :
+         {"selector", "locale", "caption", "RCOD", "abcdefgh2", "abcdefgh1", "\xc3\xa9", ""}) {
+        put(map, key, key);
+    }
+    // Buckets 0, 2, 5, 5, 7, 12, 15 and 16; within a chain the oldest comes first.
+    EXPECT_EQ(keys(map), " caption abcdefgh2 abcdefgh1 RCOD locale selector \xc3\xa9 ");
+    EXPECT_EQ(*private_tmap_find(map, TStr("abcdefgh1")), TStr("abcdefgh1"));
+    EXPECT_EQ(private_tmap_find(map, TStr("abcdefgh3")), nullptr);
+}
+
+TEST(TMap, SharesOneRecordWhileAnyInstanceLives) {
+    const long before = memory_allocated();
+    ASSERT_EQ((TMap<TStr, TStr>::sinfo), nullptr);
+    {
+        TMap<TStr, TStr> first;
+        hashmap_info_record* record = TMap<TStr, TStr>::sinfo;
+        EXPECT_EQ(record->record_size, static_cast<int>(sizeof(hashmap_info_record)));
+        EXPECT_EQ(record->key_size, static_cast<int>(sizeof(TStr)));
+        EXPECT_EQ(record->val_size, static_cast<int>(sizeof(TStr)));
+        EXPECT_EQ(record->flags, 3);
+        put(first, "k", "v");
+        TMap<TStr, TStr> copy(first);
+        EXPECT_EQ(record->ref_count, 2);
+        EXPECT_EQ(hashmap_info(copy.handle()), record);
+        put(copy, "k", "w");
+        EXPECT_EQ(*private_tmap_find(first, TStr("k")), TStr("v"));
+        EXPECT_EQ(*private_tmap_find(copy, TStr("k")), TStr("w"));
+    }
+    EXPECT_EQ((TMap<TStr, TStr>::sinfo), nullptr);
+    EXPECT_EQ(memory_allocated(), before);
+}
+
+TEST(TMap, SetsAValueFromItself) {
+    TMap<TStr, TStr> map;
+    put(map, "key", "a value that is long enough to be noticed when it is gone");
+    hashmap_entry* entry = private_hashmap_first(map.handle());
+    hashmap_insert(map.handle(), entry->key, entry->value);
+    EXPECT_EQ(*static_cast<TStr*>(entry->value),
+              TStr("a value that is long enough to be noticed when it is gone"));
+    EXPECT_EQ(hashmap_count(map.handle()), 1);
+}
+
+TEST(TMap, TakesNumbersPointersAndHostTypes) {
+    int pointee = 7;
+    int* pointer = &pointee;
+    TMap<long, int*> pointers;
+    for (const long key : {1000000000000L, -4L}) {
+        hashmap_insert(pointers.handle(), &key, &pointer);
+    }
+    EXPECT_EQ(*private_tmap_find(pointers, -4L), &pointee);
+    EXPECT_EQ(private_tmap_find(pointers, 4L), nullptr);
+    EXPECT_EQ(list_count(pointers.keys().handle()), 2);
+
+    TMap<host::Key, TStr> hosted;
+    const host::Key key{3};
+    const TStr value("three");
+    hashmap_insert(hosted.handle(), &key, &value);
+    EXPECT_EQ(*private_tmap_find(hosted, host::Key{3}), value);
+    EXPECT_EQ(hosted.keys().front(), key);
+}
