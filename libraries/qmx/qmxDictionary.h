@@ -117,7 +117,14 @@ public:
     static QMXDictionary* unmarshal(TStr const& text);
 
 private:
-    friend class QMXModelAccess;
+    friend class QMXText;
+
+    QMXDictionary const* outward() const;
+    QMXValue* own(TStr const& key) const;
+    QMXValue* found(TStr const& key) const;
+    QMXValue* foundOutward(TStr const& key) const;
+    void store(TStr const& key, QMXValue& fresh);
+    void insert(TStr const& key, TStr* owned, QMXValue& fresh, bool moveToEnd);
 
     TMap<TStr, QMXValue> mMap;
     QMXDictionary* mpParent;

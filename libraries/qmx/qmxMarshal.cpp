@@ -4,6 +4,7 @@
 #include "orbuutil/c_stropsPrivate.h"
 #include "orbuutil/tstrListPrivate.h"
 #include "qmx/qmxLogPrivate.h"
+#include "qmx/qmxTextPrivate.h"
 
 #include <algorithm>
 #include <array>
@@ -47,24 +48,6 @@ constexpr std::array<signed char, 256> makeHexValues() {
 constexpr std::array<Escape, 256> escapes = makeEscapes();
 constexpr std::array<signed char, 256> hexValues = makeHexValues();
 
-long marshalledBytes(const char* text, long bytes) {
-    long escaped = 0;
-    for (long i = 0; i < bytes; ++i)
-        escaped += isPlain(static_cast<unsigned char>(text[i])) ? 0 : 1;
-    return bytes + 2 * escaped;
-}
-
-// Writes the escaped form and gives its end. Every byte writes four, the surplus being zeros: the room behind
-// the end must take three more, which a text buffer's zeroed tail does.
-char* marshalTo(char* to, const char* text, long bytes) {
-    for (long i = 0; i < bytes; ++i) {
-        const Escape& escape = escapes[static_cast<unsigned char>(text[i])];
-        std::memcpy(to, escape.text, sizeof escape.text);
-        to += escape.text[1] != 0 ? 3 : 1;
-    }
-    return to;
-}
-
 TStr adopt(str* made) { return TStr(static_cast<void*>(made)); }
 
 // The value of the two characters of an escape, by the rules of TStr::toLong (a sign or a blank passes);
@@ -91,8 +74,32 @@ bool decodePair(const char* pair, const char* whole, long bytes, char* byte) {
     return true;
 }
 
-// The decoded form of an escaped text: what is decoded, up to the first zero.
-str* unmarshalBytes(const char* text, long bytes) {
+TList<TStr> oneItem(TStr const& s) {
+    TList<TStr> list;
+    list_push(list.handle(), &s);
+    return list;
+}
+
+} // namespace
+
+long private_marshalled_bytes(const char* text, long bytes) {
+    long escaped = 0;
+    for (long i = 0; i < bytes; ++i)
+        escaped += isPlain(static_cast<unsigned char>(text[i])) ? 0 : 1;
+    return bytes + 2 * escaped;
+}
+
+// Every byte writes four, the surplus being zeros. A text buffer's zeroed tail has the room for it.
+char* private_marshal_to(char* to, const char* text, long bytes) {
+    for (long i = 0; i < bytes; ++i) {
+        const Escape& escape = escapes[static_cast<unsigned char>(text[i])];
+        std::memcpy(to, escape.text, sizeof escape.text);
+        to += escape.text[1] != 0 ? 3 : 1;
+    }
+    return to;
+}
+
+str* private_unmarshal_bytes(const char* text, long bytes) {
     constexpr long roomOnStack = 1024;
     char room[roomOnStack];
     str* large = bytes > roomOnStack ? private_str_blank(bytes) : nullptr;
@@ -118,25 +125,18 @@ str* unmarshalBytes(const char* text, long bytes) {
     return made;
 }
 
-TList<TStr> oneItem(TStr const& s) {
-    TList<TStr> list;
-    list_push(list.handle(), &s);
-    return list;
-}
-
-} // namespace
-
 TStr marshalString(TStr const& s) {
     const char* text = private_str_text_or_empty(s.handle());
     const long bytes = private_str_extent(s.handle());
-    str* made = private_str_blank(marshalledBytes(text, bytes));
+    str* made = private_str_blank(private_marshalled_bytes(text, bytes));
     if (made != nullptr)
-        marshalTo(made->text, text, bytes);
+        private_marshal_to(made->text, text, bytes);
     return adopt(made);
 }
 
 TStr unmarshalString(TStr const& s) {
-    return adopt(unmarshalBytes(private_str_text_or_empty(s.handle()), private_str_extent(s.handle())));
+    return adopt(
+        private_unmarshal_bytes(private_str_text_or_empty(s.handle()), private_str_extent(s.handle())));
 }
 
 TStr marshalStringList(TList<TStr> const& list) {
@@ -145,8 +145,8 @@ TStr marshalStringList(TList<TStr> const& list) {
     long total = 1 + digits + 1;
     for (const list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
         const str* item = static_cast<const TStr*>(e->value)->handle();
-        total +=
-            marshalledBytes(private_str_text_or_empty(item), private_str_extent(item)) + (e->next != nullptr);
+        total += private_marshalled_bytes(private_str_text_or_empty(item), private_str_extent(item)) +
+                 (e->next != nullptr);
     }
 
     str* made = private_str_blank(total);
@@ -158,7 +158,7 @@ TStr marshalStringList(TList<TStr> const& list) {
     *to++ = ':';
     for (const list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
         const str* item = static_cast<const TStr*>(e->value)->handle();
-        to = marshalTo(to, private_str_text_or_empty(item), private_str_extent(item));
+        to = private_marshal_to(to, private_str_text_or_empty(item), private_str_extent(item));
         if (e->next != nullptr)
             *to++ = ',';
     }
@@ -192,6 +192,7 @@ TList<TStr> unmarshalStringList(TStr const& s) {
 
     TList<TStr> list;
     for (StrTokens walk = parts; walk.next(&token, &bytes);)
-        private_tlist_adopt(list, token != nullptr ? unmarshalBytes(token, bytes) : private_str_blank(0));
+        private_tlist_adopt(list,
+                            token != nullptr ? private_unmarshal_bytes(token, bytes) : private_str_blank(0));
     return list;
 }

@@ -111,9 +111,9 @@ public:
     static QMXValue unmarshal(TStr const& text);
 
 private:
-    friend class QMXModelAccess;
+    friend class QMXText;
 
-    void install(Type type, long slot);
+    void install(int type, long slot);
 
     int mType;
     long mSlot; // by type: the number, or the pointer to what is owned, held or known

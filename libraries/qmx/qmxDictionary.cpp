@@ -1,0 +1,432 @@
+#include "qmx/qmxDictionary.h"
+
+#include "orbuutil/c_hashmapPrivate.h"
+#include "orbuutil/c_listPrivate.h"
+#include "orbuutil/c_stropsPrivate.h"
+#include "orbuutil/tstrList.h"
+#include "qmx/qmxTextPrivate.h"
+
+#include <cstring>
+#include <memory>
+#include <typeinfo>
+#include <utility>
+
+template class TMap<TStr, QMXValue>;
+
+namespace {
+
+TStr const& key_of(hashmap_entry const* entry) { return *static_cast<TStr const*>(entry->key); }
+
+QMXValue* value_of(hashmap_entry const* entry) { return static_cast<QMXValue*>(entry->value); }
+
+// A key of one component is looked up as it stands. An empty one has no component at all.
+bool is_plain(TStr const& key) {
+    const long bytes = private_str_extent(key.handle());
+    return bytes > 0 && std::memchr(key.handle()->text, '.', static_cast<size_t>(bytes)) == nullptr;
+}
+
+// What leads to the key's entry, or the null pointer at the end of its chain: the map's own look-up without
+// its hooks.
+hashmap_entry** slot_of(hashmap const* map, TStr const& key) {
+    constexpr unsigned long buckets = 17;
+    const unsigned long hash = str_hash(key.handle());
+    hashmap_entry** slot = &map->buckets[hash % buckets];
+    while (*slot != nullptr && str_cmp(key_of(*slot).handle(), key.handle()) != 0) {
+        slot = &(*slot)->next;
+    }
+    return slot;
+}
+
+// Keeps a dictionary alive that what is done meanwhile might release.
+class Held {
+public:
+    explicit Held(QMXDictionary const& dictionary) : mpDictionary(const_cast<QMXDictionary*>(&dictionary)) {
+        mpDictionary->retain();
+    }
+    Held(Held const&) = delete;
+    Held& operator=(Held const&) = delete;
+    ~Held() { mpDictionary->release(); }
+
+private:
+    QMXDictionary* mpDictionary;
+};
+
+} // namespace
+
+[[gnu::noinline]] QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary) {
+    return new QMXDictionary(dictionary);
+}
+
+[[gnu::noinline]] QMXDictionary* private_qmx_keep_new_dictionary() { return new QMXDictionary(); }
+
+QMXDictionaryBase::QMXDictionaryBase() = default;
+
+QMXDictionaryBase::QMXDictionaryBase(QMXDictionaryBase const& other) = default;
+
+QMXDictionaryBase& QMXDictionaryBase::operator=(QMXDictionaryBase const&) { return *this; }
+
+QMXDictionaryBase::~QMXDictionaryBase() = default;
+
+TStr QMXDictionaryBase::operator[](TStr const& key) const { return get(key); }
+
+QMXDictionary::QMXDictionary(QMXDictionary* parent) : mpParent(parent) {
+    if (mpParent != nullptr) {
+        mpParent->retain();
+    }
+}
+
+QMXDictionary::QMXDictionary(QMXDictionary const& other)
+    : QMXDictionaryBase(other), mpParent(other.mpParent) {
+    if (mpParent != nullptr) {
+        mpParent->retain();
+    }
+    const TList<TStr> names = other.keys();
+    for (list_entry const* e = list_head(names.handle()); e != nullptr; e = e->next) {
+        TStr const& key = *static_cast<TStr const*>(e->value);
+        if (QMXValue const* value = other._internalGetValue(key, true)) {
+            QMXValue copy(*value);
+            insert(key, nullptr, copy, false);
+        }
+    }
+}
+
+QMXDictionary::~QMXDictionary() {
+    QMXDictionary::clear();
+    if (mpParent != nullptr) {
+        mpParent->release();
+    }
+}
+
+QMXDictionary& QMXDictionary::operator=(QMXDictionary const& other) {
+    if (this == &other) {
+        return *this;
+    }
+    // The other one may be the parent, or live in an entry of this one.
+    const Held held(other);
+    if (QMXDictionary* parent = std::exchange(mpParent, nullptr)) {
+        parent->release();
+    }
+    clear();
+    update(other);
+    mpParent = other.mpParent;
+    if (mpParent != nullptr) {
+        mpParent->retain();
+    }
+    return *this;
+}
+
+void QMXDictionary::update(QMXDictionary const& other) {
+    // A path may lead back into the other one's map, which may also be this one's: so the walk is over keys.
+    const Held held(other);
+    const TList<TStr> names = other.mMap.keys();
+    for (list_entry const* e = list_head(names.handle()); e != nullptr; e = e->next) {
+        TStr const& key = *static_cast<TStr const*>(e->value);
+        if (QMXValue const* value = other.own(key)) {
+            set(key, *value);
+        }
+    }
+}
+
+// The dictionary to ask next. One that is its own parent has none.
+QMXDictionary const* QMXDictionary::outward() const { return mpParent != this ? mpParent : nullptr; }
+
+QMXValue* QMXDictionary::own(TStr const& key) const {
+    hashmap_entry const* entry = *slot_of(mMap.handle(), key);
+    return entry != nullptr ? value_of(entry) : nullptr;
+}
+
+// The value to which the path leads from here, parents left aside.
+QMXValue* QMXDictionary::found(TStr const& key) const {
+    if (is_plain(key)) {
+        return own(key);
+    }
+    TStr path(key);
+    QMXValue* value = nullptr;
+    resolve(path, &value, false);
+    return value;
+}
+
+// The same for the getters, which ask parents with the same path.
+QMXValue* QMXDictionary::foundOutward(TStr const& key) const {
+    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+        if (QMXValue* value = d->found(key)) {
+            return value;
+        }
+    }
+    return nullptr;
+}
+
+// Puts what `fresh` holds into the own map and leaves the old content there. An entry that is replaced either
+// stays in its place or goes to the end of its bucket, as if removed and set. A new one takes over `owned` as
+// its key, if given, and else copies `key`; an `owned` that is not needed is deleted.
+void QMXDictionary::insert(TStr const& key, TStr* owned, QMXValue& fresh, bool moveToEnd) {
+    std::unique_ptr<TStr> given(owned);
+    hashmap* map = mMap.handle();
+    hashmap_entry** slot = slot_of(map, key);
+    hashmap_entry* entry = *slot;
+    if (entry == nullptr) {
+        if (given == nullptr) {
+            given = std::make_unique<TStr>(key);
+        }
+        entry = private_hashmap_adopt(map, slot, given.release(), new QMXValue());
+    } else if (moveToEnd && entry->next != nullptr) {
+        *slot = entry->next;
+        while (*slot != nullptr) {
+            slot = &(*slot)->next;
+        }
+        entry->next = nullptr;
+        *slot = entry;
+    }
+    QMXText::swap(*value_of(entry), fresh);
+}
+
+// Every set ends here.
+void QMXDictionary::store(TStr const& key, QMXValue& fresh) {
+    if (is_plain(key)) {
+        insert(key, nullptr, fresh, true);
+        return;
+    }
+    TStr path(key);
+    QMXDictionary* home = resolve(path, nullptr, true);
+    if (home != nullptr && home != this) {
+        home->store(path, fresh);
+    } else {
+        // A path that leads nowhere is replaced in place, not removed: removal does not find it.
+        insert(path, nullptr, fresh, home != nullptr);
+    }
+}
+
+void QMXDictionary::set(TStr const& key) {
+    QMXValue fresh;
+    fresh.set();
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, QMXValue const& value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, bool value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, int value) { set(key, static_cast<long>(value)); }
+
+void QMXDictionary::set(TStr const& key, long value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, double const& value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, void* value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, char const* value) {
+    QMXDictionaryBase& self = *this;
+    self.set(key, TStr(value));
+}
+
+void QMXDictionary::set(TStr const& key, TStr const& value) {
+    if (!is_plain(key)) {
+        TStr path(key);
+        QMXDictionary* home = resolve(path, nullptr, true);
+        if (home != nullptr && home != this) {
+            home->set(path, value); // which a class of its own may have overridden
+            return;
+        }
+    }
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, TList<TStr> const& value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, QMXDictionary* value) {
+    QMXValue fresh(value);
+    store(key, fresh);
+}
+
+void QMXDictionary::set(TStr const& key, QMXDictionary const& value) {
+    set(key, private_qmx_keep_dictionary(value));
+}
+
+void QMXDictionary::remove(TStr const& key) {
+    if (is_plain(key)) {
+        if (QMXValue* value = own(key)) {
+            value->clear();
+            hashmap_remove(mMap.handle(), &key);
+        }
+        return;
+    }
+    TStr path(key);
+    if (QMXDictionary* home = resolve(path, nullptr, false)) {
+        home->remove(path);
+    }
+}
+
+void QMXDictionary::clear() {
+    hashmap* map = mMap.handle();
+    for (hashmap_entry const* e = private_hashmap_first(map); e != nullptr;
+         e = private_hashmap_after(map, e)) {
+        value_of(e)->clear();
+    }
+    hashmap_clear(map);
+}
+
+int QMXDictionary::typeOf(TStr const& key) const {
+    QMXValue const* value = found(key);
+    return value != nullptr ? value->type() : QMXValue::TypeEmpty;
+}
+
+bool QMXDictionary::exists(TStr const& key) const { return foundOutward(key) != nullptr; }
+
+bool QMXDictionary::contains(TStr const& key) const { return exists(key); }
+
+QMXValue QMXDictionary::getValue(TStr const& key) const {
+    if (QMXValue const* value = found(key)) {
+        return *value;
+    }
+    QMXDictionary const* parent = outward();
+    return parent != nullptr ? parent->getValue(key) : QMXValue();
+}
+
+bool QMXDictionary::getBool(TStr const& key) const {
+    QMXValue const* value = foundOutward(key);
+    return value != nullptr && value->asBool();
+}
+
+long QMXDictionary::getLong(TStr const& key) const {
+    QMXValue const* value = foundOutward(key);
+    return value != nullptr ? value->asLong() : 0;
+}
+
+double QMXDictionary::getDouble(TStr const& key) const {
+    QMXValue const* value = foundOutward(key);
+    return value != nullptr ? value->asDouble() : 0.0;
+}
+
+TStr QMXDictionary::getString(TStr const& key) const {
+    QMXValue const* value = foundOutward(key);
+    return value != nullptr ? value->asString() : TStr::null;
+}
+
+TStr QMXDictionary::get(TStr const& key) const { return getString(key); }
+
+TList<TStr> QMXDictionary::getStringList(TStr const& key) const {
+    QMXValue const* value = foundOutward(key);
+    return value != nullptr ? value->asStringList() : TList<TStr>();
+}
+
+void* QMXDictionary::getPointer(TStr const& key) const {
+    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+        QMXValue const* value = d->found(key);
+        if (value != nullptr && value->type() == QMXValue::TypePointer) {
+            return value->asVoidPointer();
+        }
+    }
+    return nullptr;
+}
+
+QMXDictionary* QMXDictionary::getDictionary(TStr const& key) const {
+    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+        QMXValue const* value = d->found(key);
+        if (value != nullptr && value->type() == QMXValue::TypeDictionary) {
+            QMXDictionary* dictionary = value->asDictionary();
+            if (dictionary != nullptr) {
+                dictionary->retain();
+            }
+            return dictionary;
+        }
+    }
+    return nullptr;
+}
+
+TList<TStr> QMXDictionary::keys() const { return mMap.keys(); }
+
+TList<TStr> QMXDictionary::values() const {
+    const TList<TStr> names = keys();
+    TList<TStr> result;
+    for (list_entry const* e = list_head(names.handle()); e != nullptr; e = e->next) {
+        const TStr value = getString(*static_cast<TStr const*>(e->value));
+        list_push(result.handle(), &value);
+    }
+    return result;
+}
+
+QMXDictionary* QMXDictionary::resolve(TStr& key, QMXValue** value, bool useParents) const {
+    if (value != nullptr) {
+        *value = nullptr;
+    }
+    const TList<TStr> components = stringSplit(key, ".");
+    list_entry const* component = list_head(components.handle());
+    if (component == nullptr) {
+        return nullptr;
+    }
+    const auto name = [&]() -> TStr const& { return *static_cast<TStr const*>(component->value); };
+
+    QMXDictionary const* home = this;
+    QMXValue* reached = _internalGetValue(name(), useParents);
+    if (reached == nullptr) {
+        return nullptr;
+    }
+    while (component->next != nullptr && reached != nullptr && reached->asDictionary() != nullptr) {
+        component = component->next;
+        home = reached->asDictionary();
+        reached = home->_internalGetValue(name(), true);
+    }
+    if (component->next != nullptr) {
+        return nullptr;
+    }
+    key = name();
+    if (value != nullptr) {
+        *value = reached;
+    }
+    return const_cast<QMXDictionary*>(home);
+}
+
+QMXValue* QMXDictionary::_internalGetValue(TStr const& key, bool useParents) const {
+    QMXValue* value = own(key);
+    for (QMXDictionary const* d = this; value == nullptr && useParents && (d = d->outward()) != nullptr;) {
+        value = d->own(key);
+    }
+    return value;
+}
+
+TStr QMXDictionary::marshalItem(TStr const& key) const {
+    QMXValue const* value = exists(key) ? _internalGetValue(key, true) : nullptr;
+    if (value == nullptr) {
+        return TStr::null;
+    }
+    QMXTextWriter writer;
+    QMXText::writeItem(writer, key, *value, nullptr);
+    return writer.text();
+}
+
+bool QMXDictionary::unmarshalItem(TStr const& item) {
+    return QMXText::readItem(*this, private_str_text_or_empty(item.handle()),
+                             private_str_extent(item.handle()), 0);
+}
+
+TStr QMXDictionary::marshal() const {
+    QMXTextWriter writer;
+    QMXText::writeItems(writer, *this, ',', false, nullptr);
+    return writer.text();
+}
+
+QMXDictionary* QMXDictionary::unmarshal(TStr const& text) {
+    auto* dictionary = new QMXDictionary();
+    StrTokens items(private_str_text_or_empty(text.handle()), private_str_extent(text.handle()), ",");
+    QMXText::readItems(*dictionary, items, 0);
+    return dictionary;
+}
