@@ -10,8 +10,6 @@
 #include "orbuutil/tmap.h"
 #include "orbuutil/tstr.h"
 
-extern template class TMap<TStr, TStr>;
-
 // A table from source text to translated text.
 class ORBU_EXPORT QMXTranslator : public TMap<TStr, TStr> {
 public:
