@@ -8,3 +8,6 @@
 // A line as msg_debug and err_quit write it, and one at LOG_ERR. At most 8 KiB; errno is kept.
 void private_log_forked(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void private_log_forked_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+// The log's socket; elsewhere for a test that reads the lines.
+extern const char* private_log_path;
