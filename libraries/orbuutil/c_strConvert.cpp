@@ -27,21 +27,21 @@ struct Utf8 {
     static constexpr long unit = 1;
     static constexpr auto decode = private_str_decode_utf8;
     static constexpr auto encode = private_str_encode_utf8;
-    static constexpr auto codelen = private_str_utf8_codelen;
+    static long codelen(private_str_word point) { return private_str_utf8_codelen(point); }
 };
 
 struct Utf16 {
     static constexpr long unit = 2;
     static constexpr auto decode = private_str_decode_utf16;
     static constexpr auto encode = private_str_encode_utf16;
-    static constexpr auto codelen = private_str_utf16_codelen;
+    static long codelen(private_str_word point) { return private_str_utf16_codelen(point); }
 };
 
 struct Utf16LE {
     static constexpr long unit = 2;
     static constexpr auto decode = private_str_decode_utf16LE;
     static constexpr auto encode = private_str_encode_utf16LE;
-    static constexpr auto codelen = private_str_utf16_codelen;
+    static long codelen(private_str_word point) { return private_str_utf16_codelen(point); }
 };
 
 // Any encoding, through its row of the table.
