@@ -284,7 +284,7 @@ long str_len(const str* s) {
     }
     // The walk ends at the first NUL unless a character begins shortly before it and jumps across.
     const long limit = walk_limit(s);
-    const void* nul = std::memchr(text, 0, count(limit));
+    const void* nul = limit > 0 ? std::memchr(text, 0, count(limit)) : text;
     const long end = nul == nullptr ? limit : static_cast<const char*>(nul) - text;
     for (long back = 1; back <= 5 && back <= end; ++back) {
         if (private_str_char_bytes(text[end - back]) > back) {
