@@ -1,5 +1,5 @@
-// Stands in for libFuzzer's main: runs a target over the files of a corpus and over random mutations of them, always the
-// same ones, and takes the same arguments as far as the tests give them.
+// Stands in for libFuzzer's main: runs a target over the files of a corpus and over random mutations of them,
+// always the same ones, and takes the same arguments as far as the tests give them.
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
