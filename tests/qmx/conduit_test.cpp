@@ -1,0 +1,287 @@
+#include "transport.h"
+
+#include <csignal>
+#include <sys/wait.h>
+
+#include "orbuutil/c_memory.h"
+
+namespace {
+
+// The same conversations over pipes and over FIFOs.
+class ConduitTest : public TransportTest, public ::testing::WithParamInterface<Wire> {
+public:
+    Channel channel() { return TransportTest::channel(GetParam()); }
+};
+
+INSTANTIATE_TEST_SUITE_P(Wires, ConduitTest, ::testing::Values(Wire::Pipe, Wire::Fifo),
+                         ::testing::PrintToStringParamName());
+
+long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
+    response->setAttribute("RCOD", TStr("overwritten"));
+    response->setAttribute("name", request->attributeAsString("name"));
+    response->setAttribute("from", session->id());
+    return HandlerDone;
+}
+
+long fail(QMXPipeSession*, QMXPipePacket*, QMXPipePacket*) { return HandlerFailed; }
+
+// A server, as the lines go. The first session that it makes has id 10, and its client's session has 33.
+TEST_P(ConduitTest, AnswersLineByLine) {
+    std::string const pid = std::to_string(getpid());
+    std::string const connect = "> 65536;system.cndCnct;0;33;0;2;CPID=d" + pid;
+    std::string const connected = "< 65536;system.RESP;33;10;0;1;SSID=d10;RCOD=hcndCnct;RSCD=d0";
+    std::string const everything = "RCOD=h;RSCD=d0;MLST=j!237!3assnTerm!2ccndTerm!2ccndCnct!2cRESP!2cerror!2c"
+                                   "listLocales!2clistFacilities";
+    struct {
+        char const* name;
+        std::vector<std::string> script; // once connected
+        long sessions = 1;
+        std::vector<std::string> errors = {};
+    } const cases[] = {
+        {"end the session",
+         {"> 65536;system.ssnTerm;10;33;0;2", "< 65536;system.RESP;33;10;0;1;RCOD=hssnTerm"}},
+        {"end the conduit, and come back",
+         {"> 65536;system.cndTerm;10;33;0;2", "< 65536;system.RESP;33;10;0;1;RCOD=hcndTerm",
+          "> 65536;system.listLocales;10;33;0;2"},
+         2},
+        {"connect again",
+         {"> 65536;system.cndCnct;10;33;0;2;CPID=d" + pid},
+         1,
+         {"Error  session 10 is already connected to index " + pid}},
+        {"connect without a process id", {"> 65536;system.cndCnct;0;33;0;2"}, 2},
+        {"a handler, and the partner's id follows",
+         {"> 65536;test.greet;10;35;0;2;name=hA!20b",
+          "< 65536;test.RESP;35;10;0;1;RCOD=hgreet;name=hA!20b;from=d10;RSCD=d0"}},
+        {"no answer",
+         {"> 65536;test.fail;10;33;0;2", "> 65536;test.nowhere;10;33;0;2", "> 65536;test.RESP;10;33;0;1",
+          "> 65536;system.error;10;33;0;2;ECOD=d7;EMSG=hx", "> 65536;system.RESP;10;33;0;1"}},
+        {"listings",
+         {"> 65536;test.;10;33;0;2", "< 65536;test.RESP;33;10;0;1;RCOD=h;RSCD=d0;MLST=j!232!3afail!2cgreet",
+          "> 65536;test.index;10;33;0;2",
+          "< 65536;test.RESP;33;10;0;1;RCOD=hindex;RSCD=d0;MLST=j!232!3afail!2cgreet",
+          "> 65536;test.methodInformation;10;33;0;2",
+          "< 65536;test.RESP;33;10;0;1;MTHI=i;RCOD=hmethodInformation;RSCD=d0"}},
+        {"an unknown facility is the system's, by the code alone",
+         {"> 65536;elsewhere.listFacilities;10;33;0;2",
+          "< 65536;elsewhere.RESP;33;10;0;1;FLST=j!231!3atest;RCOD=hlistFacilities;RSCD=d0"}},
+        {"an id that nobody knows opens a session, 0 always does",
+         {"> 65536;test.fail;99;33;0;2", "> 65536;test.fail;0;33;0;2", "> 65536;test.fail;12;33;0;2"},
+         3},
+        {"the low 32 bits of an id count", {"> 65536;test.fail;4294967306;33;0;2"}},
+        {"lines that are no packet are answered by the system, and then the next good one",
+         {"> \xff\xfe garbage", "< 65536;.RESP;0;11;0;1;" + everything, "> 65537;test.greet;10;33;0;2",
+          "< 65536;.RESP;0;12;0;1;" + everything, "> ;;;;;;", "< 65536;.RESP;0;13;0;1;" + everything,
+          "> 65536;test.greet;10;33;0;2;=;==;x", "< 65536;test.RESP;33;10;0;1;RCOD=hgreet;from=d10;RSCD=d0"},
+         4},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        for (std::string const& error : each.errors) {
+            expectError(error);
+        }
+        QMXPipeConduit::sLastSessionId = 10;
+        Registered facility("test");
+        facility.registerFunction("greet", greet);
+        facility.registerFunction("fail", fail);
+        Side side(true);
+        Channel in = channel();
+        Channel out = channel();
+        side.addReader(0, in.reader);
+        side.reply = out.writer;
+        converse(side, in, out, {connect, connected});
+        converse(side, in, out, each.script);
+        EXPECT_EQ(side.totalConnections(), each.sessions);
+    }
+}
+
+TEST_P(ConduitTest, TakesOneLineFromEachReaderInARound) {
+    Registered facility("test");
+    Side side(true);
+    Channel first = channel();
+    Channel second = channel();
+    side.addReader(1, first.reader);
+    side.addReader(2, second.reader);
+    std::string const line = "65536;test.nowhere;0;1;0;1";
+    first.tell(line + "\n\n" + line);
+    second.tell(""); // waits until there is text behind it
+    std::vector<long> packets;
+    for (int round = 0; round < 7; ++round) {
+        if (round == 4) {
+            second.tell(line);
+        }
+        packets.push_back(side.poll());
+    }
+    EXPECT_EQ(packets, (std::vector<long>{1, 1, 1, 0, 1, 1, 0}));
+    long const before = memory_allocated_count();
+    side.yieldToSystem(1);
+    EXPECT_EQ(memory_allocated_count(), before) << "an idle round allocates nothing";
+    side.close(false, true, true);
+    first.tell(line);
+    EXPECT_EQ(side.poll(), 0);
+}
+
+// A handler may change what the sweep walks over: here each packet removes reader 1 and adds another reader.
+TEST_P(ConduitTest, ReadersMayChangeDuringASweep) {
+    static ConduitTest* test;
+    static int made;
+    test = this;
+    made = 0;
+    Registered facility("test");
+    facility.registerFunction("swap", [](QMXPipeSession* session, QMXPipePacket*, QMXPipePacket*) -> long {
+        Channel fresh = test->channel();
+        session->conduit()->removeReader(1);
+        session->conduit()->addReader(2 + made, fresh.reader);
+        fresh.tell(++made < 5 ? "65536;test.swap;0;1;0;1" : "65536;test.nowhere;0;1;0;1");
+        session->conduit()->poll();
+        return HandlerHandled;
+    });
+    Side side(true);
+    Channel first = channel();
+    side.addReader(1, first.reader);
+    first.tell("65536;test.swap;0;1;0;1\n65536;test.nowhere;0;1;0;1");
+    EXPECT_EQ(side.poll(), 1);
+    EXPECT_EQ(side.totalConnections(), 6);
+    QMXPipeReadEndpoint found;
+    EXPECT_FALSE(side.readerForKey(1, found));
+    EXPECT_TRUE(side.readerForKey(6, found));
+    side.removeAllReaders();
+    EXPECT_FALSE(side.readerForKey(6, found));
+}
+
+TEST_P(ConduitTest, SendsToOneWriterOrToAll) {
+    Side side(false);
+    QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
+    EXPECT_EQ(side.send(packet, 0), SendDone) << "no writers";
+    Channel channels[] = {channel(), channel()};
+    side.addWriter(1, channels[0].writer);
+    side.addWriter(2, channels[1].writer);
+    EXPECT_TRUE(side.canWrite());
+    EXPECT_EQ(side.send(packet, 0), SendDone);
+    EXPECT_EQ(side.send(packet, 2), SendDone);
+    std::string const line = "65536;test.note;1;1;0;1";
+    EXPECT_EQ(text(channels[0].reader.read()), line);
+    EXPECT_EQ(text(channels[1].reader.read()), line + "\n" + line);
+    side.removeWriter(1);
+    EXPECT_EQ(side.activeConnections(), 1);
+}
+
+// A write without a reader ends the process, except on the way to one writer, which leaves the signal with
+// its default disposition.
+TEST_P(ConduitTest, WritesWithoutAReader) {
+    Channel broken = channel();
+    broken.reader.close();
+    auto const sendTo = [&](long writer) {
+        QMXBase::setLogSink(nullptr, nullptr);
+        Side side(false);
+        side.addWriter(7, broken.writer);
+        signal(SIGPIPE, writer == 0 ? SIG_DFL : SIG_IGN);
+        QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
+        long const result = side.send(packet, writer);
+        _exit(result == SendDone && signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 42 : 1);
+    };
+    EXPECT_EXIT(sendTo(7), ::testing::ExitedWithCode(42), "");
+    EXPECT_EXIT(sendTo(0), ::testing::KilledBySignal(SIGPIPE), "");
+}
+
+TEST_P(ConduitTest, TwoSidesTalkAndSayGoodbye) {
+    Registered facility("test");
+    facility.registerFunction("greet", greet);
+    Pair pair(channel(), channel());
+    QMXPipeSession* session = pair.client.newSession();
+    pair.client.setDefaultSession(session);
+    session->release();
+    QMXPipePacket response;
+    for (int i = 0; i < 100; ++i) {
+        QMXPipePacket request("test.greet", nullptr, QMXPipe::SynchronicityDefault);
+        request.setAttribute("name", TStr::number(i));
+        EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
+        EXPECT_EQ(response.attributeAsLong("from"), 11);
+        EXPECT_EQ(text(response.attributeAsString("name")), std::to_string(i));
+    }
+    EXPECT_EQ(pair.client.lastActiveSession(), session);
+    pair.client.terminate(true);
+    EXPECT_EQ(pair.client.lastActiveSession(), nullptr);
+    EXPECT_EQ(pair.server.findSession(11), nullptr);
+    EXPECT_NE(pair.client.findSession(1), nullptr) << "the system session goes with the conduit";
+    QMXPipePacket late("test.greet", nullptr, QMXPipe::Synchronous);
+    EXPECT_EQ(pair.client.send(late, response, 0), SendFailed) << "its session has no conduit any more";
+    EXPECT_EQ(pair.client.close(true, true, true), 0);
+}
+
+// A client of a server that is gone: the other sessions say goodbye before the conduit does, and nobody
+// answers.
+TEST_P(ConduitTest, ClosesOtherSessionsFirst) {
+    Side side(true);
+    Channel out = channel();
+    side.addWriter(5, out.writer);
+    side.running = [] { return false; };
+    QMXPipeSession* other = side.newSession();
+    QMXPipeSession* standard = side.newSession();
+    side.setDefaultSession(standard);
+    side.setShouldCloseSessionInitiateOnClose(true);
+    expectError("Error  QMX is unavailable");
+    expectError("Error  QMX is unavailable");
+    side.close(true, true, true);
+    EXPECT_EQ(text(out.reader.read()), "65536;system.ssnTerm;0;10;0;2\n65536;system.cndTerm;0;11;0;2");
+    for (QMXPipeSession* session : {other, standard}) {
+        EXPECT_EQ(session->conduit(), nullptr);
+        session->release();
+    }
+}
+
+// A packet can close the session with id 1; what comes later finds it closed.
+TEST_P(ConduitTest, PartnerMayCloseTheSystemSession) {
+    Side side(true);
+    Channel in = channel();
+    Channel out = channel();
+    side.addReader(0, in.reader);
+    side.addWriter(3, out.writer);
+    converse(side, in, out, {"> 65536;system.ssnTerm;1;1;0;2", "< 65536;system.RESP;1;1;0;1;RCOD=hssnTerm"});
+    EXPECT_EQ(side.findSession(1), nullptr);
+    QMXPipePacket packet("test.note", nullptr, QMXPipe::Synchronous);
+    QMXPipePacket response;
+    EXPECT_EQ(side.send(packet, response, 0), SendFailed);
+}
+
+TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
+    pid_t const child = fork();
+    if (child == 0) {
+        pause();
+    }
+    Side side(true);
+    long const pids[] = {child, getpid(), 0};
+    for (long pid : pids) {
+        QMXPipeSession* session = side.newSession();
+        session->setPartnerPID(pid);
+        session->release();
+    }
+    side.poll();
+    EXPECT_NE(side.findSession(10), nullptr);
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    side.poll();
+    EXPECT_EQ(side.findSession(10), nullptr);
+    EXPECT_NE(side.findSession(11), nullptr);
+    EXPECT_NE(side.findSession(12), nullptr);
+}
+
+TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {
+    QMXPipeSession* kept = nullptr;
+    {
+        Side source(true);
+        source.addWriter(5, channel().writer);
+        kept = source.newSession();
+        QMXPipeConduit copy(source);
+        EXPECT_EQ(copy.status(), 0);
+        EXPECT_EQ(copy.activeConnections(), 1);
+        EXPECT_EQ(copy.findSession(10), kept);
+        Side assigned(false, true);
+        assigned = source;
+        EXPECT_EQ(assigned.findSession(10), kept);
+    } // not closed: the session loses its conduit and says nothing
+    QMXPipePacket packet("test.note", nullptr, QMXPipe::Synchronous);
+    EXPECT_EQ(kept->send(&packet), SendFailed);
+    EXPECT_EQ(kept->release(), 0);
+}
+
+} // namespace

@@ -1,0 +1,167 @@
+#include "transport.h"
+
+#include <sys/prctl.h>
+
+namespace {
+
+class SessionTest : public TransportTest {
+protected:
+    SessionTest() {
+        mSide.addReader(0, mIn.reader);
+        mSide.addWriter(5, mOut.writer);
+    }
+    ~SessionTest() override {
+        mSession->close(false);
+        mSession->release();
+    }
+
+    // A line for the session.
+    std::string line(std::string const& name) { return "65536;" + name + ";10;7;0;2"; }
+
+    Side mSide{true};
+    Channel mIn = channel();
+    Channel mOut = channel();
+    QMXPipeSession* mSession = mSide.newSession();
+    QMXPipePacket mResponse;
+};
+
+QMXPipePacket requestFor(char const* name) { return QMXPipePacket(name, nullptr, QMXPipe::Synchronous); }
+
+// What happens in the third round of a wait, and what the wait then gives.
+TEST_F(SessionTest, WaitEnds) {
+    static std::function<void()> event;
+    static int rounds;
+    struct {
+        char const* name;
+        std::function<void()> event;
+        long result;
+        bool logged = false;
+    } const cases[] = {
+        {"the reply comes", [&] { mIn.tell(line("test.RESP")); }, SendDone},
+        {"any packet is the reply", [&] { mIn.tell(line("system.ssnTerm")); }, SendDone},
+        {"it is cancelled", [&] { mSession->cancelWait(); }, SendFailed},
+        {"the server is gone", [&] { mSide.running = [] { return false; }; }, SendUnavailable, true},
+        {"the session is closed", [&] { mSession->close(false); }, SendFailed},
+    };
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.name);
+        mSide.running = [] { return true; };
+        if (each.logged) {
+            expectError("Error  QMX is unavailable");
+        }
+        event = each.event;
+        rounds = 0;
+        mSide.setProcessEventsCallback(
+            [](void*) {
+                EXPECT_EQ(prctl(PR_GET_TIMERSLACK), 1) << "sleeps are exact";
+                ++rounds == 3 ? event() : void();
+            },
+            nullptr);
+        QMXPipePacket packet = requestFor("test.question");
+        std::string const partner = std::to_string(mSession->partnerId());
+        EXPECT_EQ(mSession->send(&packet, &mResponse), each.result);
+        EXPECT_EQ(rounds, 3);
+        EXPECT_NE(prctl(PR_GET_TIMERSLACK), 1);
+        EXPECT_EQ(mOut.heard(), "65536;test.question;" + partner + ";10;0;2");
+    }
+    EXPECT_EQ(mSession->waitForPacket(&mResponse, 100), SendFailed) << "it does not wait";
+}
+
+TEST_F(SessionTest, SlotHoldsWhatNobodyWaitedFor) {
+    QMXPipePacket packet = requestFor("test.question");
+    packet.setSessionId(10);
+    expectError("Error  Attempt to write to unknown writer 9");
+    EXPECT_EQ(mSide.send(packet, mResponse, 9), SendFailed);
+    mSession->setCallback([](QMXPipeSession*, QMXPipePacket*) -> long {
+        ADD_FAILURE() << "a packet for the slot is nobody else's";
+        return 0;
+    });
+    converse(mSide, mIn, mOut, {"> " + line("system.listLocales")});
+    EXPECT_EQ(mSession->waitForPacket(&mResponse, 100), SendDone);
+    EXPECT_EQ(text(mResponse.facilityAndCode()), "system.listLocales");
+
+    // A send without a response does not wait either, and a later packet in the slot replaces an earlier one.
+    for (char const* name : {"test.one", "test.two"}) {
+        EXPECT_EQ(mSide.send(&packet, nullptr, 0), SendDone);
+        mOut.heard();
+        converse(mSide, mIn, mOut, {"> " + line(name)});
+    }
+    EXPECT_EQ(mSession->waitForPacket(&mResponse, 100), SendDone);
+    EXPECT_EQ(text(mResponse.code()), "two");
+}
+
+TEST_F(SessionTest, CallbackLooksFirst) {
+    mSession->setCallback([](QMXPipeSession* session, QMXPipePacket* packet) -> long {
+        if (packet->code() == "bye") {
+            session->close(false);
+        }
+        return packet->code() == "stop" ? 0 : 3;
+    });
+    converse(mSide, mIn, mOut,
+             {"> " + line("system.stop"), "> " + line("none."),
+              "< 65536;none.RESP;7;10;0;1;RCOD=h;RSCD=d0;MLST=j!237!3assnTerm!2ccndTerm!2ccndCnct!2cRESP!2c"
+              "error!2clistLocales!2clistFacilities",
+              "> " + line("none.bye")});
+    EXPECT_EQ(mSession->conduit(), nullptr);
+}
+
+// Asks the other side for one level less, nested in the wait of the one above, over a session of its own.
+long goDown(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
+    long const depth = request->attributeAsLong("depth");
+    if (depth > 0) {
+        QMXPipeSession* deeper = session->conduit()->newSession();
+        QMXPipePacket question = requestFor("test.down");
+        question.setAttribute("depth", depth - 1);
+        EXPECT_EQ(deeper->send(&question, response), SendDone);
+        deeper->close(false);
+        deeper->release();
+    }
+    response->setAttribute("depth", response->attributeAsLong("depth") + 1);
+    return HandlerDone;
+}
+
+// Closes its own session, of which only dispatch's reference is left then.
+long leave(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
+    QMXPipeFacility::sendResponse(session, request, response);
+    session->close(false);
+    return HandlerHandled;
+}
+
+TEST_F(TransportTest, HandlersSendAndCloseNestedInAWait) {
+    Registered facility("test");
+    facility.registerFunction("down", goDown);
+    facility.registerFunction("leave", leave);
+    Pair pair(channel(), channel());
+    QMXPipePacket response;
+    QMXPipePacket question = requestFor("test.down");
+    question.setAttribute("depth", 6L);
+    EXPECT_EQ(pair.client.send(question, response, 0), SendDone);
+    EXPECT_EQ(response.attributeAsLong("depth"), 7);
+
+    QMXPipeSession* session = pair.client.newSession();
+    question = requestFor("test.leave");
+    EXPECT_EQ(session->send(&question, &response), SendDone);
+    EXPECT_EQ(pair.server.findSession(session->partnerId()), nullptr);
+    session->close(false);
+    session->release();
+}
+
+// A session that nobody closed says goodbye when its last reference goes, once.
+TEST_F(SessionTest, DestructionClosesOnce) {
+    mSide.running = [] { return false; };
+    expectError("Error  QMX is unavailable");
+    auto* loose = new QMXPipeSession(&mSide, 50, 51, QMXPipe::SynchronicityDefault);
+    EXPECT_EQ(loose->release(), 0);
+    EXPECT_EQ(text(mOut.reader.read()), "65536;system.ssnTerm;1;1;0;2");
+}
+
+TEST_F(SessionTest, WithoutSystemFacilityTheProcessEnds) {
+    QMXPipePacket packet("nowhere.code", nullptr, QMXPipe::Asynchronous);
+    auto const process = [&] {
+        QMXPipeConduit::unregisterFacility("system");
+        mSession->process(&packet);
+    };
+    EXPECT_EXIT(process(), ::testing::ExitedWithCode(0), "");
+}
+
+} // namespace

@@ -1,0 +1,150 @@
+// What the transport's tests share: channels over pipes and FIFOs, a conduit whose hooks a test can turn,
+// conversations as lines, and a watch on the log.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "qmx/qmxPipeConduit.h"
+#include "qmx/qmxPipeEndpoint.h"
+#include "qmx/qmxPipeFacility.h"
+#include "qmx/qmxPipeFile.h"
+#include "qmx/qmxPipePacket.h"
+#include "qmx/qmxPipeSession.h"
+
+inline std::string text(TStr const& s) { return s.isNull() ? std::string() : std::string(s.toUtf8()); }
+
+// One direction of a conversation. Copies share its ends; what has come in waits at the copy that took it.
+struct Channel {
+    void tell(std::string const& line) { writer.write(TStr((line + "\n").c_str())); }
+    std::string heard() { return text(reader.readLine()); }
+
+    QMXPipeReadEndpoint reader;
+    QMXPipeWriteEndpoint writer;
+};
+
+enum class Wire { Pipe, Fifo };
+
+inline std::ostream& operator<<(std::ostream& out, Wire wire) {
+    return out << (wire == Wire::Pipe ? "Pipe" : "Fifo");
+}
+
+// A conduit that a test steers, and that ends with its scope.
+class Side : public QMXPipeConduit {
+public:
+    explicit Side(bool server, bool internal = false)
+        : QMXPipeConduit(server, QMXPipe::Synchronous, internal) {}
+    ~Side() override { close(false, true, true); }
+
+    bool isServerRunning() override { return running(); }
+    // A client that connects is reached through `reply`.
+    bool setupWriter(int index) override {
+        addWriter(index, reply);
+        return true;
+    }
+
+    std::function<bool()> running = [] { return true; };
+    QMXPipeWriteEndpoint reply;
+};
+
+// Every line that is logged as an error must have been expected.
+class TransportTest : public ::testing::Test {
+protected:
+    TransportTest() {
+        QMXBase::setLogSink(
+            [](QMXLogLevel level, TStr const& message, void* context) {
+                auto* test = static_cast<TransportTest*>(context);
+                if (level == QMXLogError) {
+                    test->mErrors.push_back(text(message));
+                }
+            },
+            this);
+        QMXPipeConduit::sLastSessionId = 10;
+        EXPECT_NE(mkdtemp(mDirectory.data()), nullptr);
+    }
+    ~TransportTest() override {
+        QMXBase::setLogSink(nullptr, nullptr);
+        EXPECT_EQ(mErrors, mExpected) << "logged errors";
+        for (Channel& channel : mChannels) {
+            channel.reader.close();
+            channel.writer.close();
+        }
+        std::filesystem::remove_all(mDirectory);
+    }
+
+    void expectError(std::string const& message) { mExpected.push_back(message); }
+
+    // A new channel; both ends are closed after the test.
+    Channel channel(Wire wire = Wire::Pipe) {
+        QMXPipeIODevice* ends[2] = {};
+        if (wire == Wire::Pipe) {
+            TList<QMXPipeIODevice*> pair = createPipeDevicePair();
+            ends[0] = pair.front();
+            pair.removeFirst();
+            ends[1] = pair.front();
+        } else {
+            std::string const path = mDirectory + "/" + std::to_string(mChannels.size());
+            EXPECT_EQ(mkfifo(path.c_str(), 0700), 0);
+            ends[0] = new QMXPipeFile(path.c_str(), PipeModeRead | PipeModeNonBlock, true);
+            ends[1] = new QMXPipeFile(path.c_str(), PipeModeWrite, true);
+        }
+        mChannels.push_back({QMXPipeReadEndpoint(ends[0]), QMXPipeWriteEndpoint(ends[1])});
+        return mChannels.back();
+    }
+
+    std::string mDirectory = ::testing::TempDir() + "orbu-transport-XXXXXX";
+
+private:
+    std::vector<std::string> mErrors;
+    std::vector<std::string> mExpected;
+    std::vector<Channel> mChannels;
+};
+
+// Plays the partner of a conduit: "> line" goes to the conduit, which polls; "< line" has to be what it says
+// next. At the end it has nothing more to say.
+inline void converse(QMXPipeConduit& side, Channel& toSide, Channel& fromSide,
+                     std::vector<std::string> const& script) {
+    for (std::string const& step : script) {
+        if (step[0] == '>') {
+            toSide.tell(step.substr(2));
+            side.poll();
+        } else {
+            EXPECT_EQ(fromSide.heard(), step.substr(2));
+        }
+    }
+    EXPECT_EQ(fromSide.heard(), "");
+}
+
+// Two conduits of one process that talk to each other; the second is internal.
+struct Pair {
+    Pair(Channel const& there, Channel const& back) : client(false), server(true, true) {
+        client.addWriter(1, there.writer);
+        server.addReader(1, there.reader);
+        server.addWriter(1, back.writer);
+        client.addReader(1, back.reader);
+        client.setProcessEventsCallback([](void* other) { static_cast<Side*>(other)->poll(); }, &server);
+        server.setProcessEventsCallback([](void* other) { static_cast<Side*>(other)->poll(); }, &client);
+    }
+
+    Side client;
+    Side server;
+};
+
+// A facility under its own name for the length of a scope.
+class Registered : public QMXPipeFacility {
+public:
+    explicit Registered(char const* name) : mName(name) { QMXPipeConduit::registerFacility(this); }
+    ~Registered() override { QMXPipeConduit::unregisterFacility(mName); }
+
+    TStr facility() override { return mName; }
+
+private:
+    TStr mName;
+};
