@@ -3,6 +3,7 @@
 
 #include "orbuutil/c_memory.h"
 #include "orbuutil/c_strCodecPrivate.h"
+#include "orbuutil/c_strRunsPrivate.h"
 
 #include <algorithm>
 
@@ -117,6 +118,18 @@ long size_loop(const From& from, const To& to, const char* src, long srcbytes, l
     return need;
 }
 
+// A run of other ordinary characters, where there is one for the pair.
+template <class From, class To>
+bool run(private_str_place& place) {
+    if constexpr (From::unit == To::unit) {
+        return false;
+    } else if constexpr (From::unit == 1) {
+        return private_str_run_8_to_16(place);
+    } else {
+        return private_str_run_16_to_8(place);
+    }
+}
+
 struct Outcome {
     bool complete;
     char* end; // behind what was written, without a terminator
@@ -145,14 +158,18 @@ Outcome convert_loop(const From& from, const To& to, const char* src, long srcby
         dst += written;
         dstbytes -= written;
         if constexpr (!std::is_same_v<From, ByTable>) {
-            while (srcbytes >= block * From::unit && dstbytes >= block * To::unit &&
-                   is_ascii_block<From::unit>(src)) {
-                copy_block<From::unit, To::unit>(src, dst);
-                src += block * From::unit;
-                srcbytes -= block * From::unit;
-                dst += block * To::unit;
-                dstbytes -= block * To::unit;
-            }
+            private_str_place place{src, srcbytes, dst, dstbytes};
+            do {
+                while (place.srcbytes >= block * From::unit && place.dstbytes >= block * To::unit &&
+                       is_ascii_block<From::unit>(place.src)) {
+                    copy_block<From::unit, To::unit>(place.src, place.dst);
+                    place.advance(block * From::unit, block * To::unit);
+                }
+            } while (run<From, To>(place));
+            src = place.src;
+            srcbytes = place.srcbytes;
+            dst = place.dst;
+            dstbytes = place.dstbytes;
         }
         if (srcbytes == 0) {
             return {true, dst};
