@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <string_view>
 
 namespace {
 
@@ -61,16 +62,18 @@ bool StrTokens::next(const char** token, long* bytes) {
         return false;
     const char* rest = at;
     const long extent = end - at;
-    const char* hit = separator != nullptr ? std::strstr(rest, separator) : nullptr;
-    found = hit != nullptr;
+    // Over the text's known length and not by strstr, which may measure the rest for every token.
+    const size_t offset = separator != nullptr
+                              ? std::string_view(rest, static_cast<size_t>(extent)).find(separator)
+                              : std::string_view::npos;
+    found = offset != std::string_view::npos;
     *token = rest;
     *bytes = extent;
     at = nullptr;
     if (!found)
         return true;
     // The offset counts bytes and is taken as a count of characters; one more goes for the separator.
-    const long offset = hit - rest;
-    const long cut = private_text_offset(rest, extent, offset);
+    const long cut = private_text_offset(rest, extent, static_cast<long>(offset));
     if (cut >= 0 && cut < extent)
         at = std::min(rest + cut + private_str_char_bytes(rest[cut]), end);
     if (offset == 0)
