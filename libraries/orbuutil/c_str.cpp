@@ -23,7 +23,7 @@ void release_text(str* s, char* text) {
 }
 
 // Where a walk ends at the latest: at the terminator of the buffer, or at its end if it was written full.
-long walk_limit(const str* s) { return s->size > 0 && s->text[s->size - 1] == 0 ? s->size - 1 : s->size; }
+long walk_limit(const str* s) { return s->text[s->size - 1] == 0 ? s->size - 1 : s->size; }
 
 bool is_ascii_word(const char* text) {
     std::uint64_t word = 0;

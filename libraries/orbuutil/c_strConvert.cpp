@@ -9,37 +9,32 @@
 
 namespace {
 
-bool is_encoding(long encoding) { return str_is_encoding_implemented(static_cast<unsigned long>(encoding)); }
+bool is_encoding(long encoding) { return static_cast<unsigned long>(encoding) < private_str_encodings; }
 
 bool is_utf16(long encoding) { return encoding >= STR_UTF16 && encoding <= STR_UTF16LE; }
 
-constexpr bool little_endian = std::endian::native == std::endian::little;
+using private_str_runs::Cursor;
+using private_str_runs::little_endian_runs;
 
 // --- codecs as types, so that a loop has them inline ---
 
 struct Ascii {
-    static constexpr long unit = 1;
     static constexpr auto decode = private_str_decode_ascii;
     static constexpr auto encode = private_str_encode_ascii;
-    static long codelen(private_str_word) { return 1; }
 };
 
 struct Utf8 {
-    static constexpr long unit = 1;
     static constexpr auto decode = private_str_decode_utf8;
     static constexpr auto encode = private_str_encode_utf8;
     static long codelen(private_str_word point) { return private_str_utf8_codelen(point); }
 };
 
 struct Utf16 {
-    static constexpr long unit = 2;
     static constexpr auto decode = private_str_decode_utf16;
     static constexpr auto encode = private_str_encode_utf16;
-    static long codelen(private_str_word point) { return private_str_utf16_codelen(point); }
 };
 
 struct Utf16LE {
-    static constexpr long unit = 2;
     static constexpr auto decode = private_str_decode_utf16LE;
     static constexpr auto encode = private_str_encode_utf16LE;
     static long codelen(private_str_word point) { return private_str_utf16_codelen(point); }
@@ -57,48 +52,19 @@ ByTable row(long encoding) {
     return {entry.decode, entry.encode, entry.codelen};
 }
 
-// --- runs of ASCII ---
+// --- loops: a run where there is one, then one character ---
 
-constexpr long block = 16;
+constexpr auto no_size_run = [](const char*&, long&) { return 0L; };
+constexpr auto no_run = [](Cursor c) { return c; };
 
-template <long Unit>
-using UnitType = std::conditional_t<Unit == 1, std::uint8_t, std::uint16_t>;
-
-// True when the next `block` units are all in 1 to 127.
-template <long Unit>
-bool is_ascii_block(const char* from) {
-    UnitType<Unit> units[block];
-    std::memcpy(units, from, sizeof units);
-    unsigned bad = 0;
-    for (const UnitType<Unit> unit : units) {
-        bad |= static_cast<unsigned>(unit - 1 > 126);
-    }
-    return bad == 0;
-}
-
-template <long FromUnit, long ToUnit>
-void copy_block(const char* from, char* to) {
-    UnitType<FromUnit> source[block];
-    UnitType<ToUnit> target[block];
-    std::memcpy(source, from, sizeof source);
-    for (long i = 0; i < block; ++i) {
-        target[i] = static_cast<UnitType<ToUnit>>(source[i]);
-    }
-    std::memcpy(to, target, sizeof target);
-}
-
-// --- loops ---
-
-template <class From, class To>
-long size_loop(const From& from, const To& to, const char* src, long srcbytes, long need) {
+template <class From, class To, class Run>
+long size_loop(const From& from, const To& to, const char* src, long srcbytes, long need, Run run) {
     private_str_word state = 0;
+    const char* run_again = src;
     while (srcbytes > 0) {
-        if constexpr (!std::is_same_v<From, ByTable>) {
-            while (srcbytes >= block * From::unit && is_ascii_block<From::unit>(src)) {
-                src += block * From::unit;
-                srcbytes -= block * From::unit;
-                need += block * to.codelen(1);
-            }
+        if (src >= run_again) {
+            need += run(src, srcbytes);
+            run_again = src + 16; // what stopped it is within its next block
             if (srcbytes == 0) {
                 break;
             }
@@ -118,65 +84,37 @@ long size_loop(const From& from, const To& to, const char* src, long srcbytes, l
     return need;
 }
 
-// A run of other ordinary characters, where there is one for the pair.
-template <class From, class To>
-bool run(private_str_place& place) {
-    if constexpr (From::unit == To::unit) {
-        return false;
-    } else if constexpr (From::unit == 1) {
-        return private_str_run_8_to_16(place);
-    } else {
-        return private_str_run_16_to_8(place);
-    }
-}
-
 struct Outcome {
     bool complete;
     char* end; // behind what was written, without a terminator
 };
 
-template <class From, class To>
-Outcome convert_loop(const From& from, const To& to, const char* src, long srcbytes, char* dst,
-                     long dstbytes) {
+// The first character goes through the codecs, which may take off or write a mark with it.
+template <class From, class To, class Run>
+Outcome convert_loop(const From& from, const To& to, Cursor c, Run run) {
     private_str_word from_state = 0;
     private_str_word to_state = 0;
     while (true) {
         private_str_word point = 0;
-        const long consumed = from.decode(src, srcbytes, &point, &from_state);
+        const long consumed = from.decode(c.src, c.srcbytes, &point, &from_state);
         if (consumed == 0) {
-            return {false, dst};
+            return {false, c.dst};
         }
         if (point == 0) {
-            return {true, dst};
+            return {true, c.dst};
         }
-        const long written = to.encode(point, dst, dstbytes, &to_state);
+        const long written = to.encode(point, c.dst, c.dstbytes, &to_state);
         if (written == 0) {
-            return {false, dst};
+            return {false, c.dst};
         }
-        src += consumed;
-        srcbytes -= consumed;
-        dst += written;
-        dstbytes -= written;
-        if constexpr (!std::is_same_v<From, ByTable>) {
-            private_str_place place{src, srcbytes, dst, dstbytes};
-            do {
-                while (place.srcbytes >= block * From::unit && place.dstbytes >= block * To::unit &&
-                       is_ascii_block<From::unit>(place.src)) {
-                    copy_block<From::unit, To::unit>(place.src, place.dst);
-                    place.advance(block * From::unit, block * To::unit);
-                }
-            } while (run<From, To>(place));
-            src = place.src;
-            srcbytes = place.srcbytes;
-            dst = place.dst;
-            dstbytes = place.dstbytes;
+        c.step(consumed, written);
+        c = run(c);
+        if (c.srcbytes == 0) {
+            return {true, c.dst};
         }
-        if (srcbytes == 0) {
-            return {true, dst};
-        }
-        if (dstbytes == 0) {
+        if (c.dstbytes == 0) {
             private_str_raise(private_str_error_overflow, "to buffer overflow");
-            return {false, dst};
+            return {false, c.dst};
         }
     }
 }
@@ -189,16 +127,19 @@ long size_by_table(const char* src, long srcbytes, long srcenc, long dstenc) {
         private_str_raise(private_str_error_memory, "could not allocate a buffer to test character width");
     }
     memory_free(scratch);
-    return size_loop(row(srcenc), row(dstenc), src, srcbytes, target.terminator);
+    return size_loop(row(srcenc), row(dstenc), src, srcbytes, target.terminator, no_size_run);
 }
 
 long size_by_decoding(const char* src, long srcbytes, long srcenc, long dstenc) {
-    if constexpr (little_endian) {
+    if constexpr (little_endian_runs) {
         if (srcenc == STR_UTF8 && is_utf16(dstenc)) {
-            return size_loop(Utf8{}, Utf16LE{}, src, srcbytes, 2);
+            const auto run = [](const char*& from, long& bytes) {
+                return 2 * private_str_runs::count_units_of_utf8(from, bytes);
+            };
+            return size_loop(Utf8{}, Utf16LE{}, src, srcbytes, 2, run);
         }
         if (srcenc == STR_UTF16LE && dstenc == STR_UTF8) {
-            return size_loop(Utf16LE{}, Utf8{}, src, srcbytes, 1);
+            return size_loop(Utf16LE{}, Utf8{}, src, srcbytes, 1, private_str_runs::count_bytes_of_utf16);
         }
     }
     if (srcenc == STR_ASCII && dstenc == STR_UTF8) {
@@ -245,37 +186,38 @@ long requires_bytes(const char* src, long srcbytes, long srcenc, long dstenc, lo
     }
     unsigned long units = static_cast<unsigned long>(srcbytes);
     if (str_encode_map[srcenc].variable) {
-        if (srclen < 0) {
-            srclen = str_encode_map[srcenc].len(src);
-        }
-        units = static_cast<unsigned long>(srclen);
+        units = static_cast<unsigned long>(srclen >= 0 ? srclen : str_encode_map[srcenc].len(src));
     }
     return static_cast<long>((units + 1) * static_cast<unsigned long>(str_encode_map[srcenc].unit) /
                              static_cast<unsigned long>(str_encode_map[dstenc].unit));
 }
 
-Outcome convert(const char* src, long srcbytes, long srcenc, char* dst, long dstbytes, long dstenc) {
-    if constexpr (little_endian) {
+Outcome convert_by_table(const Cursor& c, long srcenc, long dstenc) {
+    return convert_loop(row(srcenc), row(dstenc), c, no_run);
+}
+
+Outcome convert(const Cursor& c, long srcenc, long dstenc) {
+    if constexpr (little_endian_runs) {
         if (srcenc == STR_UTF8 && dstenc == STR_UTF16LE) {
-            return convert_loop(Utf8{}, Utf16LE{}, src, srcbytes, dst, dstbytes);
+            return convert_loop(Utf8{}, Utf16LE{}, c, private_str_runs::utf8_to_utf16);
         }
         if (srcenc == STR_UTF8 && dstenc == STR_UTF16) {
-            return convert_loop(Utf8{}, Utf16{}, src, srcbytes, dst, dstbytes);
+            return convert_loop(Utf8{}, Utf16{}, c, private_str_runs::utf8_to_utf16);
         }
         if (srcenc == STR_UTF16LE && dstenc == STR_UTF8) {
-            return convert_loop(Utf16LE{}, Utf8{}, src, srcbytes, dst, dstbytes);
+            return convert_loop(Utf16LE{}, Utf8{}, c, private_str_runs::utf16_to_utf8);
         }
         if (srcenc == STR_UTF16 && dstenc == STR_UTF8) {
-            return convert_loop(Utf16{}, Utf8{}, src, srcbytes, dst, dstbytes);
+            return convert_loop(Utf16{}, Utf8{}, c, private_str_runs::utf16_to_utf8);
+        }
+        if (srcenc == STR_UTF8 && dstenc == STR_ASCII) {
+            return convert_loop(Utf8{}, Ascii{}, c, private_str_runs::ascii_to_ascii);
+        }
+        if (srcenc == STR_ASCII && dstenc == STR_UTF8) {
+            return convert_loop(Ascii{}, Utf8{}, c, private_str_runs::ascii_to_ascii);
         }
     }
-    if (srcenc == STR_UTF8 && dstenc == STR_ASCII) {
-        return convert_loop(Utf8{}, Ascii{}, src, srcbytes, dst, dstbytes);
-    }
-    if (srcenc == STR_ASCII && dstenc == STR_UTF8) {
-        return convert_loop(Ascii{}, Utf8{}, src, srcbytes, dst, dstbytes);
-    }
-    return convert_loop(row(srcenc), row(dstenc), src, srcbytes, dst, dstbytes);
+    return convert_by_table(c, srcenc, dstenc);
 }
 
 // What is common to both ways of converting.
@@ -301,7 +243,7 @@ int encode(const char* src, long srcbytes, long srcenc, char* dst, long dstbytes
     }
     Outcome outcome{true, dst};
     if (srcbytes > 0 && dstbytes > 0) {
-        outcome = convert_text(src, srcbytes, srcenc, dst, dstbytes, dstenc);
+        outcome = convert_text(Cursor{src, srcbytes, dst, dstbytes}, srcenc, dstenc);
     }
     if (stopped != nullptr) {
         *stopped = outcome.end;
@@ -334,11 +276,8 @@ int private_str_convert(const void* src, long srcbytes, long srcenc, void* dst, 
 
 int private_str_convert_by_table(const void* src, long srcbytes, long srcenc, void* dst, long dstbytes,
                                  long dstenc) {
-    const auto by_table = [](const char* from, long bytes, long fromenc, char* to, long room, long toenc) {
-        return convert_loop(row(fromenc), row(toenc), from, bytes, to, room);
-    };
     return encode(static_cast<const char*>(src), srcbytes, srcenc, static_cast<char*>(dst), dstbytes, dstenc,
-                  no_bound, nullptr, by_table);
+                  no_bound, nullptr, convert_by_table);
 }
 
 long str_encoding_requires_bytes(const void* src, long srcbytes, long srcenc, long dstenc) {
