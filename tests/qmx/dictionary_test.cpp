@@ -1,0 +1,387 @@
+#include "orbuutil/c_memory.h"
+#include "qmx/qmxDictionary.h"
+#include "support/model.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <random>
+
+namespace {
+
+std::string text(QMXDictionary const& dictionary) { return textOf(dictionary.marshal()); }
+
+// A dictionary that is released at the end of the test.
+class Counted {
+public:
+    explicit Counted(QMXDictionary* dictionary = new QMXDictionary()) : mpDictionary(dictionary) {}
+    Counted(Counted const&) = delete;
+    Counted& operator=(Counted const&) = delete;
+    ~Counted() { mpDictionary->release(); }
+
+    QMXDictionary* operator->() const { return mpDictionary; }
+    QMXDictionary& operator*() const { return *mpDictionary; }
+    QMXDictionary* get() const { return mpDictionary; }
+    // References beside ours.
+    long shared() const {
+        mpDictionary->retain();
+        return mpDictionary->release() - 1;
+    }
+
+private:
+    QMXDictionary* mpDictionary;
+};
+
+TEST(Dictionary, EachKindOfValueUnderItsKey) {
+    int here = 0;
+    Counted nested;
+    QMXDictionary d;
+    d.set("empty");
+    d.set("bool", true);
+    d.set("int", 7);
+    d.set("long", -1L);
+    d.set("double", 1.5);
+    d.set("pointer", static_cast<void*>(&here));
+    d.set("chars", "plain");
+    d.set("str", TStr("text"));
+    d.set("list", listOf({"a", "b"}));
+    d.set("shared", nested.get());
+    d.set("copied", *nested);
+    d.set("nothing", static_cast<QMXDictionary*>(nullptr));
+    d.set("value", QMXValue(3L));
+    nested->set("later", 1L);
+
+    struct {
+        char const* key;
+        int type;
+        char const* string;
+        long number;
+    } const cases[] = {
+        {"empty", 1, "<null>", 0},     {"bool", 2, "true", 1},     {"int", 3, "7", 7},
+        {"long", 3, "-1", -1},         {"double", 4, "1.5", 1},    {"pointer", 6, "<null>", 0},
+        {"chars", 7, "plain", 0},      {"str", 7, "text", 0},      {"list", 9, "#2:a,b", 0},
+        {"shared", 8, "later=d1", 0},  {"copied", 8, "", 0},       {"nothing", 8, "<null>", 0},
+        {"value", 3, "3", 3},          {"absent", 1, "<null>", 0}, {"shared.later", 3, "1", 1},
+        {"nothing.x", 1, "<null>", 0}, {"", 1, "<null>", 0},       {"int.", 3, "7", 7},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.key);
+        EXPECT_EQ(d.typeOf(c.key), c.type);
+        EXPECT_EQ(textOf(d.getString(c.key)), c.string);
+        EXPECT_EQ(textOf(d[c.key]), c.string);
+        EXPECT_EQ(d.getLong(c.key), c.number);
+        EXPECT_EQ(d.getValue(c.key).type(), d.exists(c.key) ? c.type : 0);
+    }
+    EXPECT_TRUE(d.getBool("bool"));
+    EXPECT_EQ(d.getDouble("double"), 1.5);
+    EXPECT_EQ(d.getPointer("pointer"), &here);
+    EXPECT_EQ(textsOf(d.getStringList("list")), (Texts{"a", "b"}));
+    EXPECT_EQ(d.getDictionary("nothing"), nullptr);
+    EXPECT_EQ(d.getDictionary("int"), nullptr);
+    EXPECT_EQ(nested.shared(), 1);
+    Counted got(d.getDictionary("shared"));
+    EXPECT_EQ(got.get(), nested.get());
+    EXPECT_EQ(nested.shared(), 2);
+    d.clear();
+    EXPECT_EQ(nested.shared(), 1);
+    EXPECT_EQ(textsOf(d.keys()), Texts());
+}
+
+TEST(Dictionary, OrderIsByBucketThenByAge) {
+    QMXDictionary d;
+    // The first eight bytes decide: one bucket.
+    for (char const* key : {"abcdefgh1", "abcdefgh2", "abcdefgh3", "icon", "title"}) {
+        d.set(key, key);
+    }
+    EXPECT_EQ(textsOf(d.keys()), (Texts{"icon", "title", "abcdefgh1", "abcdefgh2", "abcdefgh3"}));
+    d.set("abcdefgh1", 1L);
+    EXPECT_EQ(textsOf(d.keys()), (Texts{"icon", "title", "abcdefgh2", "abcdefgh3", "abcdefgh1"}));
+    d.set("abcdefgh1", 2L);
+    d.remove("abcdefgh2");
+    d.remove("absent");
+    EXPECT_EQ(text(d), "icon=hicon,title=htitle,abcdefgh3=habcdefgh3,abcdefgh1=d2");
+    EXPECT_EQ(textsOf(d.values()), (Texts{"icon", "title", "abcdefgh3", "2"}));
+    EXPECT_EQ(text(QMXDictionary(d)), text(d));
+}
+
+TEST(Dictionary, ParentsAreReadOnly) {
+    int here = 0;
+    Counted parent;
+    parent->set("x", "theirs");
+    parent->set("p", static_cast<void*>(&here));
+    parent->set("d", *Counted());
+    parent->set("both", 1L);
+    {
+        Counted child(new QMXDictionary(parent.get()));
+        EXPECT_EQ(parent.shared(), 1);
+        child->set("both", 2L);
+        child->set("p", 3L);
+        child->set("d", 4L);
+        EXPECT_TRUE(child->exists("x"));
+        EXPECT_TRUE(child->contains("x"));
+        EXPECT_EQ(textOf(child->getString("x")), "theirs");
+        EXPECT_EQ(textOf(child->getValue("x").asString()), "theirs");
+        EXPECT_EQ(child->typeOf("x"), 1);
+        EXPECT_EQ(child->getLong("both"), 2);
+        EXPECT_EQ(text(*child), "both=d2,p=d3,d=d4");
+        EXPECT_EQ(textOf(child->marshalItem("x")), "x=htheirs");
+        // A wrong type here lets the parent speak in these two alone.
+        EXPECT_EQ(child->getPointer("p"), &here);
+        Counted d(child->getDictionary("d"));
+        EXPECT_NE(d.get(), nullptr);
+        EXPECT_EQ(child->getLong("p"), 3);
+
+        child->remove("x");
+        EXPECT_TRUE(child->exists("x"));
+        child->set("d.new", 5L); // the own "d" is no dictionary, so the path leads nowhere
+        EXPECT_FALSE(child->exists("d.new"));
+        child->remove("d");
+        child->set("d.new", 5L); // leads into the parent's
+        EXPECT_EQ(parent->getLong("d.new"), 5);
+
+        QMXDictionary copy(*child);
+        EXPECT_EQ(textOf(copy.getString("x")), "theirs");
+        EXPECT_EQ(parent.shared(), 2);
+        copy = QMXDictionary();
+        EXPECT_FALSE(copy.exists("x"));
+    }
+    EXPECT_EQ(parent.shared(), 0);
+}
+
+TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
+    Counted inner;
+    Counted deep;
+    QMXDictionary d;
+    d.set("a", inner.get());
+    inner->set("b", deep.get());
+    deep->set("c", 1L);
+    inner->set("s", "text");
+    d.set("null", static_cast<QMXDictionary*>(nullptr));
+    struct {
+        char const* key;
+        QMXDictionary const* home;
+        char const* rest;
+        char const* value; // null: none is found
+    } const cases[] = {
+        {"a.b.c", deep.get(), "c", "1"},          {"a.s", inner.get(), "s", "text"},
+        {"a.new", inner.get(), "new", nullptr},   {"a.b.new", deep.get(), "new", nullptr},
+        {"a.new.x", nullptr, "a.new.x", nullptr}, {"a.s.x", nullptr, "a.s.x", nullptr},
+        {"no.x", nullptr, "no.x", nullptr},       {"null.x", nullptr, "null.x", nullptr},
+        {"a", &d, "a", "b=ic!3dd1,s=htext"},      {"a.", &d, "a", "b=ic!3dd1,s=htext"},
+        {".a", nullptr, ".a", nullptr},           {"", nullptr, "", nullptr},
+        {"a..s", nullptr, "a..s", nullptr},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.key);
+        TStr key(c.key);
+        QMXValue untouched;
+        QMXValue* value = &untouched;
+        EXPECT_EQ(d.resolve(key, &value, false), c.home);
+        EXPECT_EQ(textOf(key), c.rest);
+        EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), c.value == nullptr ? "-" : c.value);
+        TStr again(c.key);
+        EXPECT_EQ(d.resolve(again, nullptr, true), c.home);
+    }
+
+    d.set("a.b.c", "changed");
+    d.set("a.new", 2L);
+    EXPECT_EQ(text(*deep), "c=hchanged");
+    d.remove("a.b.c");
+    d.remove("a.absent");
+    EXPECT_EQ(text(*inner), "new=d2,b=i,s=htext");
+}
+
+TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
+    QMXDictionary d;
+    d.set("z", 1L);
+    d.set("a", "no dictionary");
+    d.set("a.b", 1L);
+    d.set("y", 1L);
+    d.set("a.b", 2L); // replaced where it is
+    EXPECT_FALSE(d.exists("a.b"));
+    EXPECT_EQ(d.typeOf("a.b"), 1);
+    EXPECT_TRUE(textOf(d.marshalItem("a.b")) == "<null>");
+    EXPECT_EQ(d._internalGetValue("a.b", false)->asLong(), 2);
+    Texts keys = textsOf(d.keys());
+    EXPECT_EQ(std::count(keys.begin(), keys.end(), "a.b"), 1);
+    EXPECT_NE(("," + text(d) + ",").find(",,"), std::string::npos);
+    d.remove("a.b");
+    EXPECT_EQ(textsOf(d.keys()), keys);
+    EXPECT_EQ(textsOf(QMXDictionary(d).keys()), keys);
+
+    // With a dictionary in the way the path is found, but the literal entry is what is told.
+    d.set("a", *Counted());
+    d.set("a.b", 3L);
+    EXPECT_EQ(d.getLong("a.b"), 3);
+    EXPECT_EQ(textOf(d.marshalItem("a.b")), "a.b=d2");
+    d.set("a.c", 4L);
+    EXPECT_EQ(textOf(d.marshalItem("a.c")), "<null>");
+    d.set("", 5L);
+    EXPECT_FALSE(d.exists(""));
+}
+
+TEST(Dictionary, TakesItselfAndItsOwnParts) {
+    QMXDictionary d;
+    d.set("k", "v");
+    d.set("abcdefgh1", 1L);
+    d.set("abcdefgh2", 2L);
+    d.set("a.b", 3L);
+    const std::string before = text(d);
+    QMXDictionary& self = d;
+    d = self;
+    d.update(self);
+    EXPECT_EQ(text(d), before);
+    d.set("k", *d._internalGetValue("k", false));
+    EXPECT_EQ(textOf(d.getString("k")), "v");
+
+    // An entry's dictionary whose last reference is the entry's.
+    QMXDictionary* inner = new QMXDictionary();
+    inner->set("k", "inner");
+    d.set("in", inner);
+    inner->release();
+    d = *inner;
+    EXPECT_EQ(text(d), "k=hinner");
+
+    // The parent whose last reference is the child's.
+    QMXDictionary* parent = new QMXDictionary();
+    parent->set("k", "parent");
+    QMXDictionary child(parent);
+    parent->release();
+    child = *parent;
+    EXPECT_EQ(text(child), "k=hparent");
+
+    // The walk of the other meets a path that leads back into the other.
+    Counted other;
+    other->set("a.x", 1L);
+    other->set("b", 2L);
+    QMXDictionary holder;
+    holder.set("a", other.get());
+    holder.update(*other);
+    EXPECT_EQ(other->getLong("x"), 1);
+    EXPECT_EQ(holder.getLong("b"), 2);
+}
+
+TEST(Dictionary, LoopsEnd) {
+    Counted a;
+    Counted b;
+    a->set("b", b.get());
+    b->set("a", a.get());
+    a->set("self", a.get());
+    EXPECT_EQ(text(*a), "self=i,b=ia!3di");
+    a->clear();
+
+    // Its own parent, by assignment of one of its children.
+    QMXDictionary* own = new QMXDictionary();
+    *own = QMXDictionary(own);
+    EXPECT_FALSE(own->exists("x"));
+    EXPECT_EQ(own->_internalGetValue("x", true), nullptr);
+    *own = QMXDictionary();
+    EXPECT_EQ(own->release(), 0);
+}
+
+TEST(Dictionary, ItemsAreTwoPartsAroundASign) {
+    struct {
+        char const* item;
+        bool stored;
+        char const* text;
+    } const cases[] = {
+        {"k=d1", true, "k=d1"}, {"k=a", true, "k=a"}, {"k=h", true, "k=h"},         {"k=", false, ""},
+        {"k", false, ""},       {"", false, ""},      {"k=d1=", true, "k=d1"},      {"k=d1=x", false, ""},
+        {"k==", true, "k=a"},   {"=d1", true, ""},    {"%1%2=hx", true, "%1%2=hx"},
+    };
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.item);
+        QMXDictionary d;
+        EXPECT_EQ(d.unmarshalItem(c.item), c.stored);
+        EXPECT_EQ(text(d), c.text);
+        Counted whole(QMXDictionary::unmarshal(TStr(",x,,") + c.item + ","));
+        EXPECT_EQ(text(*whole), c.text);
+    }
+    Reports reports;
+    Counted d(QMXDictionary::unmarshal("k=a,l=zz"));
+    EXPECT_EQ(reports.take(),
+              (Texts{"Error  could not unmarshal data value a", "Error  could not unmarshal data value zz"}));
+}
+
+// A class of its own that lists fewer keys and sees its strings set.
+class Filter : public QMXDictionary {
+public:
+    using QMXDictionary::set;
+    void set(TStr const& key, TStr const& value) override { QMXDictionary::set(key, value.upper()); }
+    TList<TStr> keys() const override { return listOf({"b", "absent"}); }
+};
+
+TEST(Dictionary, OverridesAreAsked) {
+    Filter filter;
+    filter.set("a", "x");
+    filter.set("b", "y");
+    EXPECT_EQ(text(filter), "b=hY,");
+    EXPECT_EQ(textsOf(filter.values()), (Texts{"Y", "<null>"}));
+    EXPECT_EQ(text(QMXDictionary(filter)), "b=hY");
+    auto* inner = new Filter();
+    QMXDictionary d;
+    d.set("in", inner);
+    inner->release();
+    d.set("in.b", TStr("z"));
+    EXPECT_EQ(text(d), "in=ib!3dhZ!2c");
+}
+
+// The text of `levels` dictionaries in each other: every level escapes what is within once more.
+std::string nestedText(int levels) {
+    std::string all;
+    std::string sign = "=";
+    for (int level = 0; level < levels; ++level) {
+        all += "k" + sign + "i";
+        sign = level == 0 ? "!3d" : "!21" + sign.substr(1);
+    }
+    return all;
+}
+
+TEST(Dictionary, NestingIsBounded) {
+    struct {
+        int levels;
+        bool whole;
+    } const cases[] = {{1, true}, {5, true}, {256, true}, {258, false}, {600, false}};
+    for (auto const& c : cases) {
+        SCOPED_TRACE(c.levels);
+        const std::string given = nestedText(c.levels);
+        Counted d(QMXDictionary::unmarshal(given.c_str()));
+        EXPECT_EQ(text(*d) == given, c.whole);
+    }
+}
+
+TEST(Dictionary, AnyBytesAreReadAndWhatWasReadComesBack) {
+    std::minstd_rand random(11);
+    char const* const pieces[] = {"a=",    "b", "=",  ",", "i",      "j", "!3d",  "!2c",
+                                  "!213d", "h", "d5", "!", "e1!2e5", ".", "\xF0", "\xE9x"};
+    constexpr unsigned plain = 13; // those without a path or a character of several bytes
+    for (int round = 0; round < 6000; ++round) {
+        const bool stable = round % 2 == 0;
+        std::string given;
+        for (unsigned n = random() % 20; n > 0; --n) {
+            given += pieces[random() % (stable ? plain : std::size(pieces))];
+        }
+        Counted first(QMXDictionary::unmarshal(given.c_str()));
+        Counted second(QMXDictionary::unmarshal(first->marshal()));
+        Counted third(QMXDictionary::unmarshal(second->marshal()));
+        if (stable) {
+            EXPECT_EQ(text(*third), text(*second)) << given;
+        }
+    }
+}
+
+TEST(Dictionary, NothingIsLeftBehindButWhatIsKeptOnPurpose) {
+    const long before = memory_allocated();
+    for (int round = 0; round < 3; ++round) {
+        Counted d(QMXDictionary::unmarshal("s=htext,d=d5,e=e1!2e5,c=ctrue"));
+        d->set("s", "longer than it was");
+        d->set("untyped", QMXValue("plain"));
+        d->set("d", 1.5);
+        QMXDictionary copy(*d);
+        copy.remove("s");
+        copy = *d;
+    }
+    EXPECT_EQ(memory_allocated(), before);
+}
+
+} // namespace

@@ -1,0 +1,36 @@
+#include "qmx/qmxTranslator.h"
+#include "support/model.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(Translator, TheRecordLivesUntilItsLastReleaseAndComesAnew) {
+    const Texts locales = {"ru_RU", "es_ES", "fr_FR", "cs_CZ", "zh_CN", "de_DE", "ja_JP", "ko_KR",
+                           "pt_PT", "pl_PL", "pt_BR", "en_CA", "hu_HU", "it_IT", "en_US", "zh_TW"};
+    Reports reports(true);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(QMXTranslatorCache::spd, nullptr);
+        EXPECT_EQ(textsOf(QMXTranslatorCache::availableLocales()), locales);
+        QMXTranslatorCache::retain();
+        QMXTranslatorCache::retain();
+        QMXTranslatorCache::reset(); // no cache yet
+        QMXTranslatorCache::release();
+        EXPECT_EQ(QMXTranslatorCache::translatorForLocale("dialogs", "de_DE"), nullptr);
+        EXPECT_NE(QMXTranslatorCache::spd, nullptr);
+        QMXTranslatorCache::release();
+        EXPECT_EQ(reports.take(), Texts{"Deleting Translator Cache"});
+    }
+    QMXTranslatorCache::release(); // never retained
+    EXPECT_EQ(QMXTranslatorCache::spd, nullptr);
+    reports.take();
+}
+
+TEST(Translator, TextsComeBackAsTheyWent) {
+    bool found = true;
+    EXPECT_EQ(textOf(QMXTranslatorCache::localizeString("x", nullptr, &found)), "x");
+    EXPECT_FALSE(found);
+    EXPECT_EQ(textOf(QMXTranslatorCache::localizeString("x", nullptr, nullptr)), "x");
+}
+
+} // namespace

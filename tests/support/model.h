@@ -1,0 +1,61 @@
+// What tests of the message model share: plain texts and lists, and the log sink as a list of lines.
+#pragma once
+
+#include "orbuutil/c_list.h"
+#include "orbuutil/tlist.h"
+#include "orbuutil/tstr.h"
+#include "qmx/qmxBase.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <utility>
+#include <vector>
+
+using Texts = std::vector<std::string>;
+
+// A text as UTF-8; null texts are told apart.
+inline std::string textOf(TStr const& s) { return s.isNull() ? "<null>" : s.toUtf8(); }
+
+inline Texts textsOf(TList<TStr> const& list) {
+    Texts all;
+    for (list_entry* e = list_head(list.handle()); e != nullptr; e = list_entry_next(e)) {
+        all.push_back(textOf(*static_cast<TStr const*>(list_entry_value(e))));
+    }
+    return all;
+}
+
+inline TList<TStr> listOf(Texts const& items) {
+    TList<TStr> list;
+    for (std::string const& item : items) {
+        const TStr value(item.c_str());
+        list_push(list.handle(), &value);
+    }
+    return list;
+}
+
+// Takes the errors that are reported while it lives (and with `debug` the rest too). A line that nobody took
+// is a failure.
+class Reports {
+public:
+    explicit Reports(bool debug = false) : mDebug(debug) { QMXBase::setLogSink(&Reports::add, this); }
+    Reports(Reports const&) = delete;
+    Reports& operator=(Reports const&) = delete;
+    ~Reports() {
+        QMXBase::setLogSink(nullptr, nullptr);
+        EXPECT_EQ(mLines, Texts());
+    }
+
+    Texts take() { return std::exchange(mLines, Texts()); }
+
+private:
+    static void add(QMXLogLevel level, TStr const& message, void* context) {
+        auto* self = static_cast<Reports*>(context);
+        if (level == QMXLogError || self->mDebug) {
+            self->mLines.push_back(textOf(message));
+        }
+    }
+
+    bool mDebug;
+    Texts mLines;
+};
