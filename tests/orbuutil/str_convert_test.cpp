@@ -32,7 +32,7 @@ std::string converted(const std::string& source, long from, long to) {
     return std::string(room.data(), end);
 }
 
-TEST(StrConvert, converts_through_one_code_point_at_a_time) {
+TEST(StrConvert, GoesThroughOneCodePointAtATime) {
     const struct {
         const char* what;
         long from;
@@ -76,7 +76,7 @@ TEST(StrConvert, converts_through_one_code_point_at_a_time) {
     }
 }
 
-TEST(StrConvert, sizes_count_the_terminator_and_one_character_for_a_nul) {
+TEST(StrConvert, SizesCountTheTerminatorAndOneCharacterForANul) {
     const struct {
         std::string source;
         long from, to, expected;
@@ -105,7 +105,7 @@ TEST(StrConvert, sizes_count_the_terminator_and_one_character_for_a_nul) {
     }
 }
 
-TEST(StrConvert, the_error_record_names_the_last_error_and_survives_success) {
+TEST(StrConvert, ErrorRecordNamesTheLastErrorAndSurvivesSuccess) {
     const struct {
         std::string source;
         long from;
@@ -134,7 +134,7 @@ TEST(StrConvert, the_error_record_names_the_last_error_and_survives_success) {
     EXPECT_EQ(str_error_code(), 0);
 }
 
-TEST(StrConvert, terminators_and_room) {
+TEST(StrConvert, TerminatorsAndRoom) {
     char room[8] = {1, 1, 1, 1, 1, 1, 1, 1};
     EXPECT_EQ(str_encode("", 0, STR_UTF8, room, 0, STR_UTF16LE), 1);
     EXPECT_EQ(std::string(room, 4), "\0\0\1\1"s) << "a terminator even without room";
@@ -188,7 +188,7 @@ std::string random_source(std::mt19937& random, long unit) {
     return source;
 }
 
-TEST(StrConvert, fast_loops_give_what_the_table_gives) {
+TEST(StrConvert, FastLoopsGiveWhatTheTableGives) {
     std::mt19937 random(20240229);
     const long pairs[][2] = {{STR_UTF8, STR_UTF16LE}, {STR_UTF8, STR_UTF16},   {STR_UTF8, STR_ASCII},
                              {STR_UTF8, STR_UTF16BE}, {STR_UTF16LE, STR_UTF8}, {STR_UTF16, STR_UTF8},
