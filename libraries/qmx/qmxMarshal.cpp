@@ -14,6 +14,7 @@ namespace {
 // What a byte becomes: one or three bytes, and zeros behind them.
 struct Escape {
     char text[4];
+    int bytes;
 };
 
 constexpr bool isPlain(unsigned char c) {
@@ -26,9 +27,9 @@ constexpr std::array<Escape, 256> makeEscapes() {
     std::array<Escape, 256> table{};
     for (unsigned c = 0; c < 256; ++c) {
         if (isPlain(static_cast<unsigned char>(c)))
-            table[c] = {{static_cast<char>(c), 0, 0, 0}};
+            table[c] = {{static_cast<char>(c), 0, 0, 0}, 1};
         else
-            table[c] = {{'!', hex[c >> 4], hex[c & 15], 0}};
+            table[c] = {{'!', hex[c >> 4], hex[c & 15], 0}, 3};
     }
     return table;
 }
@@ -82,10 +83,18 @@ TList<TStr> oneItem(TStr const& s) {
 
 } // namespace
 
+// Counted in blocks of what a byte can count, so that many bytes are looked at at once.
 long private_marshalled_bytes(const char* text, long bytes) {
+    constexpr long block = 240;
     long escaped = 0;
-    for (long i = 0; i < bytes; ++i)
-        escaped += isPlain(static_cast<unsigned char>(text[i])) ? 0 : 1;
+    for (const char* const end = text + bytes; text < end;) {
+        const long count = std::min(block, static_cast<long>(end - text));
+        unsigned char inBlock = 0;
+        for (long i = 0; i < count; ++i)
+            inBlock = static_cast<unsigned char>(inBlock + !isPlain(static_cast<unsigned char>(text[i])));
+        escaped += inBlock;
+        text += count;
+    }
     return bytes + 2 * escaped;
 }
 
@@ -94,12 +103,17 @@ char* private_marshal_to(char* to, const char* text, long bytes) {
     for (long i = 0; i < bytes; ++i) {
         const Escape& escape = escapes[static_cast<unsigned char>(text[i])];
         std::memcpy(to, escape.text, sizeof escape.text);
-        to += escape.text[1] != 0 ? 3 : 1;
+        to += escape.bytes;
     }
     return to;
 }
 
 str* private_unmarshal_bytes(const char* text, long bytes) {
+    // Most texts have no escape at all.
+    const void* first = bytes > 0 ? std::memchr(text, '!', static_cast<size_t>(bytes)) : nullptr;
+    if (first == nullptr)
+        return private_str_from_bytes(text, bytes);
+
     constexpr long roomOnStack = 1024;
     char room[roomOnStack];
     str* large = bytes > roomOnStack ? private_str_blank(bytes) : nullptr;
@@ -107,9 +121,10 @@ str* private_unmarshal_bytes(const char* text, long bytes) {
     if (start == nullptr)
         return nullptr;
 
-    char* to = start;
+    const char* from = static_cast<const char*>(first);
     const char* const end = text + bytes;
-    for (const char* from = text; from < end;) {
+    char* to = std::copy(text, from, start);
+    while (from < end) {
         if (*from != '!') {
             *to++ = *from++;
             continue;
