@@ -25,7 +25,7 @@ TEST(Number, DigitsInAnyBase) {
 
 TEST(Number, RealNumbersAreWrittenAsPrintfDoes) {
     char expected[1024];
-    for (const double value : {-0.0, 1.5, -1.0 / 3, -1.7976931348623157e308, 5e-324, -INFINITY}) {
+    for (const double value : {-0.0, 1.5, -1.0 / 3, -1.7976931348623157e308, 5e-324, -HUGE_VAL}) {
         std::snprintf(expected, sizeof expected, "%.99f", value);
         EXPECT_EQ(text(TStr::number(value, 'f', 1000)), expected);
         std::snprintf(expected, sizeof expected, "%.3G", value);
@@ -63,7 +63,7 @@ TEST(Number, IntegersAreParsedWhole) {
 TEST(Number, RealNumbersAreParsedWhole) {
     bool ok = false;
     for (const auto& [text, value] :
-         {std::pair(" 1.5", 1.5), {"0x1p3", 8}, {"-inf", -INFINITY}, {"4e-320", 4e-320}}) {
+         {std::pair(" 1.5", 1.5), {"0x1p3", 8}, {"-inf", -HUGE_VAL}, {"4e-320", 4e-320}}) {
         EXPECT_EQ(TStr(text).toDouble(&ok), value);
         EXPECT_TRUE(ok) << text;
     }
