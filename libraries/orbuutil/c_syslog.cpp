@@ -10,6 +10,7 @@
 #include <cstring>
 #include <paths.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/un.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -30,6 +31,8 @@ UniqueFd openLog(int kind) {
     address.sun_family = AF_UNIX;
     std::strncpy(address.sun_path, private_log_path, sizeof address.sun_path - 1);
     UniqueFd log(::socket(AF_UNIX, kind | SOCK_CLOEXEC, 0));
+    timeval const limit = {1, 0};
+    ::setsockopt(log.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     if (log && ::connect(log.get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
         log.reset();
     }

@@ -5,7 +5,8 @@
 // system calls and vsnprintf(3) alone. The line carries no time: the receiver stamps it as it arrives.
 #pragma once
 
-// A line as msg_debug and err_quit write it, and one at LOG_ERR. At most 8 KiB; errno is kept.
+// A line as msg_debug and err_quit write it, and one at LOG_ERR. At most 8 KiB; errno is kept. A log that is
+// full is waited for, for a second at most: the parent waits for this process.
 void private_log_forked(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void private_log_forked_error(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
