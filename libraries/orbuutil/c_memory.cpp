@@ -11,6 +11,7 @@ constinit long private_alloc_bytes = 0;
 constinit long private_alloc_count = 0;
 
 constexpr unsigned long header_bytes = sizeof(std::uint64_t);
+constexpr unsigned long most_cached = 1024;
 
 } // namespace
 
@@ -19,9 +20,15 @@ void* memory_allocate(unsigned long size) {
         return nullptr; // a negative length, most likely
     }
     const std::uint64_t total = size + header_bytes;
-    char* block = static_cast<char*>(std::calloc(1, total));
+    // For small blocks malloc is the faster one, since it keeps them in a cache for each thread; large ones
+    // come zeroed from the system.
+    const bool small = total <= most_cached;
+    char* block = static_cast<char*>(small ? std::malloc(total) : std::calloc(1, total));
     if (block == nullptr) {
         return nullptr;
+    }
+    if (small) {
+        std::memset(block + header_bytes, 0, size);
     }
     private_alloc_bytes += static_cast<long>(total);
     private_alloc_count += 1;
