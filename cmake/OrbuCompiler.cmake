@@ -28,6 +28,9 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-gnu-unique)
 endif()
 
+# Calls inside the library go straight to its own functions: nobody puts others in front of them.
+add_compile_options(-fno-semantic-interposition)
+
 # Assertions of our own stay active in every build, so NDEBUG has nothing to switch off.
 string(REPLACE "-DNDEBUG" "" CMAKE_CXX_FLAGS_RELEASE "${CMAKE_CXX_FLAGS_RELEASE}")
 string(REPLACE "-DNDEBUG" "" CMAKE_CXX_FLAGS_RELWITHDEBINFO "${CMAKE_CXX_FLAGS_RELWITHDEBINFO}")

@@ -168,7 +168,15 @@ str* str_from(const void* data, long bytes, long encoding) {
 }
 
 str* str_from_utf8(const char* utf8) {
-    return utf8 == nullptr ? str_init() : str_from(utf8, raw_length(utf8), STR_UTF8);
+    if (utf8 == nullptr) {
+        return str_init();
+    }
+    const long bytes = raw_length(utf8);
+    str* s = private_str_blank(bytes);
+    if (s != nullptr) {
+        std::memcpy(s->text, utf8, count(bytes));
+    }
+    return s;
 }
 
 str* str_from_cstr(const char* cstr) {

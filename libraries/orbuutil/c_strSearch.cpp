@@ -26,28 +26,22 @@ int findText(const char* text, long extent, const char* needle, long start) {
     return found != nullptr ? static_cast<int>(found - text) : -1;
 }
 
+bool is_ascii(const char* text, long bytes) {
+    unsigned char all = 0;
+    for (long i = 0; i < bytes; ++i)
+        all |= static_cast<unsigned char>(text[i]);
+    return all < 0x80;
+}
+
 } // namespace
 
 int str_null(const str* s) { return s == nullptr || s->text == nullptr ? 1 : 0; }
 
-unsigned long str_hash(const str* s) {
-    if (str_null(s) != 0)
-        return 0;
-    const size_t length = strnlen(s->text, static_cast<size_t>(std::min(s->size, 9L)));
-    unsigned long value = 0;
-    if (length > 8) {
-        std::memcpy(&value, s->text, sizeof value);
-        if constexpr (std::endian::native == std::endian::big)
-            value = __builtin_bswap64(value);
-        return value;
-    }
-    // A byte of 0x80 or above sets every higher bit.
-    for (size_t i = 0; i < length; ++i)
-        value = value << 8 | static_cast<unsigned long>(static_cast<signed char>(s->text[i]));
-    return value;
-}
+unsigned long str_hash(const str* s) { return StrKey(s).hash(); }
 
 long private_text_offset(const char* text, long extent, long n) {
+    if (n <= extent && is_ascii(text, n))
+        return std::max(n, 0L);
     long at = 0;
     for (; n > 0; --n) {
         if (at >= extent)

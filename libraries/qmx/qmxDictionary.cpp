@@ -20,22 +20,24 @@ TStr const& key_of(hashmap_entry const* entry) { return *static_cast<TStr const*
 QMXValue* value_of(hashmap_entry const* entry) { return static_cast<QMXValue*>(entry->value); }
 
 // A key of one component is looked up as it stands. An empty one has no component at all.
-bool is_plain(TStr const& key) {
-    const long bytes = private_str_extent(key.handle());
-    return bytes > 0 && std::memchr(key.handle()->text, '.', static_cast<size_t>(bytes)) == nullptr;
-}
+bool is_plain(StrKey const& key) { return key.isWithout('.'); }
+
+bool is_plain(TStr const& key) { return is_plain(StrKey(key.handle())); }
 
 // What leads to the key's entry, or the null pointer at the end of its chain: the map's own look-up without
 // its hooks.
-hashmap_entry** slot_of(hashmap const* map, TStr const& key) {
+hashmap_entry** slot_of(hashmap const* map, StrKey const& key) {
     constexpr unsigned long buckets = 17;
-    const unsigned long hash = str_hash(key.handle());
-    hashmap_entry** slot = &map->buckets[hash % buckets];
-    while (*slot != nullptr && str_cmp(key_of(*slot).handle(), key.handle()) != 0) {
+    hashmap_entry** slot = &map->buckets[key.hash() % buckets];
+    while (*slot != nullptr && !(key == key_of(*slot).handle())) {
         slot = &(*slot)->next;
     }
     return slot;
 }
+
+hashmap_entry** slot_of(hashmap const* map, TStr const& key) { return slot_of(map, StrKey(key.handle())); }
+
+QMXValue* value_at(hashmap_entry** slot) { return *slot != nullptr ? value_of(*slot) : nullptr; }
 
 // Keeps a dictionary alive that what is done meanwhile might release.
 class Held {
@@ -130,15 +132,13 @@ void QMXDictionary::update(QMXDictionary const& other) {
 // The dictionary to ask next. One that is its own parent has none.
 QMXDictionary const* QMXDictionary::outward() const { return mpParent != this ? mpParent : nullptr; }
 
-QMXValue* QMXDictionary::own(TStr const& key) const {
-    hashmap_entry const* entry = *slot_of(mMap.handle(), key);
-    return entry != nullptr ? value_of(entry) : nullptr;
-}
+QMXValue* QMXDictionary::own(TStr const& key) const { return value_at(slot_of(mMap.handle(), key)); }
 
 // The value to which the path leads from here, parents left aside.
 QMXValue* QMXDictionary::found(TStr const& key) const {
-    if (is_plain(key)) {
-        return own(key);
+    const StrKey plain(key.handle());
+    if (is_plain(plain)) {
+        return value_at(slot_of(mMap.handle(), plain));
     }
     TStr path(key);
     QMXValue* value = nullptr;
@@ -277,9 +277,10 @@ void QMXDictionary::remove(TStr const& key) {
 
 void QMXDictionary::clear() {
     hashmap* map = mMap.handle();
-    for (hashmap_entry const* e = private_hashmap_first(map); e != nullptr;
-         e = private_hashmap_after(map, e)) {
-        value_of(e)->clear();
+    for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
+        for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
+            value_of(e)->clear();
+        }
     }
     hashmap_clear(map);
 }

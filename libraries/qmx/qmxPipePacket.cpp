@@ -7,10 +7,18 @@
 #include "qmx/qmxTextPrivate.h"
 
 #include <cstring>
+#include <memory>
 
 namespace {
 
 constexpr long formatVersion = 65536;
+
+// Gives a text new bytes without a copy in between.
+void replace(TStr& text, char const* bytes, long count) {
+    void* made = private_str_from_bytes(bytes, count);
+    std::destroy_at(&text);
+    std::construct_at(&text, made);
+}
 
 // One "key=value" of those that a person types.
 void set_typed(QMXPipePacket& packet, TStr const& typed) {
@@ -84,12 +92,12 @@ void QMXPipePacket::setFacilityAndCode(TStr const& text) {
     char const* end = start + private_str_extent(text.handle());
     char const* point = static_cast<char const*>(std::memchr(start, '.', static_cast<size_t>(end - start)));
     if (point == nullptr) {
-        mFacility = QMXText::slice(start, end - start);
-        mCode = "";
+        replace(mFacility, start, end - start);
+        replace(mCode, end, 0);
         return;
     }
-    mFacility = QMXText::slice(start, point - start);
-    mCode = QMXText::slice(point + 1, end - point - 1);
+    replace(mFacility, start, point - start);
+    replace(mCode, point + 1, end - point - 1);
 }
 
 bool QMXPipePacket::isNull() const { return mCode.isEmpty(); }
