@@ -32,11 +32,12 @@ bool is_ascii_word(const char* text) {
     return ((word | (word - ones)) & (ones << 7)) == 0;
 }
 
-// Walks at most `chars` characters; gives those it could walk and sets the byte offset reached.
+// Walks at most `chars` characters from byte `*offset` on; gives those it could walk and sets the byte offset
+// reached.
 long walk(const str* s, long chars, long* offset) {
     const char* text = private_str_text(s);
     long walked = 0;
-    long at = 0;
+    long at = *offset;
     if (text != nullptr) {
         const long limit = walk_limit(s);
         while (walked < chars && at < limit && text[at] != 0) {
@@ -126,9 +127,10 @@ bool private_str_reserve(str* s, long size_needed) {
     return true;
 }
 
-long private_str_offset(const str* s, long chars) {
-    long offset = 0;
-    return walk(s, chars, &offset) < chars ? -1 : offset;
+long private_str_offset(const str* s, long chars) { return private_str_offset_from(s, 0, chars); }
+
+long private_str_offset_from(const str* s, long start, long chars) {
+    return walk(s, chars, &start) < chars ? -1 : start;
 }
 
 long private_str_append(str* s, long length, const char* text, long bytes) {
@@ -151,11 +153,26 @@ long private_str_append(str* s, long length, const char* text, long bytes) {
     return length + bytes;
 }
 
+str* private_str_part(const str* s, long offset, long bytes) {
+    str* part = private_str_blank(bytes);
+    if (part != nullptr) {
+        std::memcpy(part->text, s->text + offset, count(std::min(bytes, s->size - offset)));
+    }
+    return part;
+}
+
 // --- making and setting ---
 
 str* str_init() { return static_cast<str*>(memory_allocate(sizeof(str))); }
 
 str* str_from(const void* data, long bytes, long encoding) {
+    if (encoding == STR_UTF8 && data != nullptr && bytes >= 0) {
+        str* s = private_str_blank(bytes);
+        if (private_str_text(s) != nullptr) {
+            std::memcpy(s->text, data, count(bytes));
+        }
+        return s;
+    }
     const long need = private_str_requires(data, bytes, encoding, STR_UTF8, -1);
     if (need == 0) {
         return str_init();
@@ -371,12 +388,7 @@ str* str_mid(const str* s, long start, int bytes) {
     if (private_str_text(s) == nullptr || offset < 0) {
         return nullptr;
     }
-    const long wanted = bytes < 0 ? str_len(s) - offset : bytes;
-    str* part = private_str_blank(wanted);
-    if (part != nullptr) {
-        std::memcpy(part->text, s->text + offset, count(std::min(wanted, s->size - offset)));
-    }
-    return part;
+    return private_str_part(s, offset, bytes < 0 ? str_len(s) - offset : bytes);
 }
 
 int str_at(const str* s, int index) {

@@ -47,6 +47,12 @@ int private_str_set(str* s, const void* data, long bytes, long encoding);
 // lead bytes and never beyond `size`.
 long private_str_offset(const str* s, long chars);
 
+// The same, walking from byte `start` on.
+long private_str_offset_from(const str* s, long start, long chars);
+
+// A new string of `bytes` bytes from byte `offset` on; what the buffer does not have is zero.
+str* private_str_part(const str* s, long offset, long bytes);
+
 // Appends `bytes` bytes, which may lie in the string's own buffer, at byte `length`, and a terminator.
 // Returns the new length, or `length` when memory is exhausted.
 long private_str_append(str* s, long length, const char* text, long bytes);

@@ -39,6 +39,35 @@ private:
     const str* mOperand;
 };
 
+// Text that is put together from many parts, in a buffer that doubles.
+class Gathered {
+public:
+    Gathered() : mStr(str_init()) {}
+    ~Gathered() { str_uninit(mStr); }
+    Gathered(const Gathered&) = delete;
+    Gathered& operator=(const Gathered&) = delete;
+
+    void append(const char* text, long bytes) {
+        if (mStr != nullptr && mStr->size <= mLength + bytes) {
+            private_str_reserve(mStr, std::max(2 * mStr->size, mLength + bytes + 1));
+        }
+        if (mStr != nullptr && mStr->size > mLength + bytes) {
+            mLength = private_str_append(mStr, mLength, text, bytes);
+        }
+    }
+
+    // Gives a null string the text in a buffer of its exact size; without any text it stays null.
+    void move_to(str* s) const {
+        if (private_str_text(mStr) != nullptr) {
+            private_str_append(s, 0, mStr->text, mLength);
+        }
+    }
+
+private:
+    str* mStr;
+    long mLength = 0;
+};
+
 str* part(const char* text, long bytes) { return str_from(text, bytes, STR_UTF8); }
 
 // Hands out the whole text and leaves a null string.
@@ -226,29 +255,29 @@ void str_replace(str* s, const str* from, const str* to) {
     const Operand put(to, s);
     const char* pattern = private_str_text_or_empty(wanted.get());
     const long pattern_bytes = length_of(pattern);
-    str* copy = str_dup(s);
-    if (copy == nullptr) {
-        return;
-    }
-    str_clear(s);
+    const long put_bytes = str_len(put.get());
+    Gathered result;
     long position = 0; // bytes where it is added up, characters where it is walked
-    long offset = private_str_offset(copy, position);
+    long offset = 0;
     while (offset >= 0) {
-        const char* found = std::strstr(copy->text + offset, pattern);
+        const char* found = std::strstr(s->text + offset, pattern);
         if (found == nullptr) {
             break;
         }
-        str* kept = str_mid(copy, position, static_cast<int>(found - copy->text - position));
-        str_cat(s, kept);
-        str_cat(s, put.get());
+        str* kept = private_str_part(s, offset, found - s->text - position);
+        result.append(private_str_text_or_empty(kept), str_len(kept));
+        result.append(private_str_text_or_empty(put.get()), put_bytes);
         str_uninit(kept);
-        position = found - copy->text + pattern_bytes;
-        offset = private_str_offset(copy, position);
+        const long walked = position;
+        position = found - s->text + pattern_bytes;
+        offset = private_str_offset_from(s, offset, position - walked);
     }
-    str* rest = str_mid(copy, position, -1);
-    str_push(s, rest, nullptr);
-    str_uninit(rest);
-    str_uninit(copy);
+    const long rest = offset < 0 ? 0 : str_len(s) - offset;
+    if (rest > 0) {
+        result.append(s->text + offset, rest);
+    }
+    str_clear(s);
+    result.move_to(s);
 }
 
 str* str_replace_all(const str* s, const char* set, const str* join) {

@@ -44,6 +44,11 @@ TStr adopt(str* made) {
     return TStr(handle);
 }
 
+// Bytes in so many units; negative stays negative, which no source has.
+long bytes_of(long units, unsigned long unit) {
+    return units < 0 ? units : static_cast<long>(static_cast<unsigned long>(units) * unit);
+}
+
 // Appends a new string and releases it.
 void append_and_release(str* s, str* other) {
     str_cat(s, other);
@@ -72,11 +77,11 @@ TStr::TStr(void* const& adopted) : mHandle(static_cast<str*>(adopted)), mCached(
 TStr::TStr(const unsigned short* utf16)
     : mHandle(str_from(utf16, str_utf16_len(utf16), STR_UTF16)), mCached(nullptr) {}
 TStr::TStr(const unsigned short* utf16, long units)
-    : mHandle(str_from(utf16, units * 2, STR_UTF16)), mCached(nullptr) {}
+    : mHandle(str_from(utf16, bytes_of(units, 2), STR_UTF16)), mCached(nullptr) {}
 TStr::TStr(const unsigned long* utf32)
     : mHandle(str_from(utf32, str_utf32_len(utf32), STR_UTF32)), mCached(nullptr) {}
 TStr::TStr(const unsigned long* utf32, long units)
-    : mHandle(str_from(utf32, units * 8, STR_UTF32)), mCached(nullptr) {}
+    : mHandle(str_from(utf32, bytes_of(units, 8), STR_UTF32)), mCached(nullptr) {}
 
 TStr::~TStr() {
     memory_free(mCached);

@@ -126,6 +126,7 @@ TEST(StrSplit, Substitutes) {
         {"aaa", "aa", "b", "ba"},
         {"abc", "x", "y", "abc"},
         {"abc", "", "y", "abc"},
+        {"", "x", "y", "(null)"},
         {"ab", "b", "bb", "abb"}, // what was put in is not looked at again
         // Offsets count bytes where the walk counts characters: the text misaligns behind a multi-byte one.
         {"\xC3\xA9-b-c", "-", "+", "\xC3\xA9+-+"},
@@ -138,6 +139,15 @@ TEST(StrSplit, Substitutes) {
     Str own("ab"s);
     str_replace(own, own, Str("x"s));
     EXPECT_EQ(shown(own), "x");
+
+    std::string many;
+    for (int i = 0; i < 200000; ++i) {
+        many += "ab,";
+    }
+    Str large(many);
+    str_replace(large, Str(","s), Str("--"s));
+    EXPECT_EQ(str_len(large), 800000) << "in linear time";
+    EXPECT_EQ(shown(large).substr(799992), "ab--ab--");
 
     EXPECT_EQ(taken(str_replace_all(Str(",a,;b;c"s), ",;", Str("--"s))), "a--b--c");
     EXPECT_EQ(taken(str_replace_all(Str(), ",", Str("-"s))), "(null)");
