@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace {
 
@@ -253,23 +254,28 @@ void str_replace(str* s, const str* from, const str* to) {
     }
     const Operand wanted(from, s);
     const Operand put(to, s);
-    const char* pattern = private_str_text_or_empty(wanted.get());
-    const long pattern_bytes = length_of(pattern);
+    const std::string_view pattern(private_str_text_or_empty(wanted.get()));
+    const auto pattern_bytes = static_cast<long>(pattern.size());
     const long put_bytes = str_len(put.get());
     Gathered result;
     long position = 0; // bytes where it is added up, characters where it is walked
     long offset = 0;
+    std::string_view text(s->text);
     while (offset >= 0) {
-        const char* found = std::strstr(s->text + offset, pattern);
-        if (found == nullptr) {
+        if (count(offset) > text.size()) { // the walk has jumped across a NUL
+            text = std::string_view(s->text, count(offset + length_of(s->text + offset)));
+        }
+        const std::size_t found = text.find(pattern, count(offset));
+        if (found == std::string_view::npos) {
             break;
         }
-        str* kept = private_str_part(s, offset, found - s->text - position);
+        const auto match = static_cast<long>(found);
+        str* kept = private_str_part(s, offset, match - position);
         result.append(private_str_text_or_empty(kept), str_len(kept));
         result.append(private_str_text_or_empty(put.get()), put_bytes);
         str_uninit(kept);
         const long walked = position;
-        position = found - s->text + pattern_bytes;
+        position = match + pattern_bytes;
         offset = private_str_offset_from(s, offset, position - walked);
     }
     const long rest = offset < 0 ? 0 : str_len(s) - offset;
