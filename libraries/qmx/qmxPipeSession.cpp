@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdlib>
+#include <sched.h>
 #include <unistd.h>
 
 namespace {
@@ -83,6 +84,7 @@ long QMXPipeSession::prepareToWaitForPacket() {
 long QMXPipeSession::waitForPacket(QMXPipePacket* response, long microseconds) {
     QMXPipeRetained<QMXPipeSession> const self(this);
     ExactSleep sleep;
+    sched_yield(); // a partner that was woken by the request can have answered before the first look
     for (int round = 0;; ++round) {
         lock(0);
         if (!mpData->waiting) {
