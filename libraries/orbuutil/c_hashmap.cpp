@@ -152,20 +152,6 @@ hashmap_entry* private_hashmap_lookup(const hashmap* map, const void* key) {
     return map != nullptr ? *find_slot(map, key, bucket) : nullptr;
 }
 
-hashmap_entry* private_hashmap_adopt(hashmap* map, hashmap_entry** slot, void* key, void* value) {
-    const long before = memory_allocated();
-    auto* entry = static_cast<hashmap_entry*>(memory_allocate(sizeof(hashmap_entry)));
-    if (entry == nullptr) {
-        return nullptr;
-    }
-    map->allocated += memory_allocated() - before;
-    entry->key = key;
-    entry->value = value;
-    *slot = entry;
-    map->entry_count += 1;
-    return entry;
-}
-
 hashmap_entry* private_hashmap_first(const hashmap* map) {
     if (map == nullptr) {
         return nullptr;

@@ -42,10 +42,6 @@ hashmapiter* private_hashmapiter_full_init(hashmap* map, std::int32_t bucket, ha
 // The key's entry, or null.
 hashmap_entry* private_hashmap_lookup(const hashmap* map, const void* key);
 
-// A new entry at `slot`, which is the null pointer at the end of a chain. Key and value are taken over as they
-// are: they must be what the hooks would have made. Null when memory is exhausted; then nothing is taken over.
-hashmap_entry* private_hashmap_adopt(hashmap* map, hashmap_entry** slot, void* key, void* value);
-
 // A walk in the order of iteration: null at the end. private_hashmap_after wants `entry` still linked.
 hashmap_entry* private_hashmap_first(const hashmap* map);
 hashmap_entry* private_hashmap_after(const hashmap* map, const hashmap_entry* entry);

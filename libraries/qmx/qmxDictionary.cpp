@@ -39,6 +39,22 @@ hashmap_entry** slot_of(hashmap const* map, TStr const& key) { return slot_of(ma
 
 QMXValue* value_at(hashmap_entry** slot) { return *slot != nullptr ? value_of(*slot) : nullptr; }
 
+// A new entry at the end of a chain.
+QMXDictionaryEntry* append(hashmap* map, hashmap_entry** slot, str* key) {
+    auto* entry = new QMXDictionaryEntry(key);
+    *slot = entry;
+    map->entry_count += 1;
+    return entry;
+}
+
+// The map's own way would free key and value one by one, so every removal is done here.
+void remove_at(hashmap* map, hashmap_entry** slot) {
+    auto* entry = static_cast<QMXDictionaryEntry*>(*slot);
+    *slot = entry->next;
+    map->entry_count -= 1;
+    delete entry;
+}
+
 // Keeps a dictionary alive that what is done meanwhile might release.
 class Held {
 public:
@@ -54,6 +70,11 @@ private:
 };
 
 } // namespace
+
+QMXDictionaryEntry::QMXDictionaryEntry(str* adopted)
+    : hashmap_entry{&name, &content, nullptr},
+      name(static_cast<void*>(adopted)),
+      isPath(!StrKey(adopted).isWithout('.')) {}
 
 [[gnu::noinline]] QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary) {
     return new QMXDictionary(dictionary);
@@ -87,7 +108,7 @@ QMXDictionary::QMXDictionary(QMXDictionary const& other)
         TStr const& key = *static_cast<TStr const*>(e->value);
         if (QMXValue const* value = other._internalGetValue(key, true)) {
             QMXValue copy(*value);
-            insert(key, nullptr, copy, false);
+            insert(key.handle(), false, copy, false);
         }
     }
 }
@@ -157,25 +178,26 @@ QMXValue* QMXDictionary::foundOutward(TStr const& key) const {
 }
 
 // Puts what `fresh` holds into the own map and leaves the old content there. An entry that is replaced either
-// stays in its place or goes to the end of its bucket, as if removed and set. A new one takes over `owned` as
-// its key, if given, and else copies `key`; an `owned` that is not needed is deleted.
-void QMXDictionary::insert(TStr const& key, TStr* owned, QMXValue& fresh, bool moveToEnd) {
-    std::unique_ptr<TStr> given(owned);
+// stays in its place or goes to the end of its bucket, as if removed and set. With `keyIsOurs` the key is
+// used up, else it is copied for a new entry.
+void QMXDictionary::insert(str* key, bool keyIsOurs, QMXValue& fresh, bool moveToEnd) {
     hashmap* map = mMap.handle();
-    hashmap_entry** slot = slot_of(map, key);
+    hashmap_entry** slot = slot_of(map, StrKey(key));
     hashmap_entry* entry = *slot;
     if (entry == nullptr) {
-        if (given == nullptr) {
-            given = std::make_unique<TStr>(key);
+        entry = append(map, slot, keyIsOurs ? key : str_dup(key));
+    } else {
+        if (keyIsOurs) {
+            str_uninit(key);
         }
-        entry = private_hashmap_adopt(map, slot, given.release(), new QMXValue());
-    } else if (moveToEnd && entry->next != nullptr) {
-        *slot = entry->next;
-        while (*slot != nullptr) {
-            slot = &(*slot)->next;
+        if (moveToEnd && entry->next != nullptr) {
+            *slot = entry->next;
+            while (*slot != nullptr) {
+                slot = &(*slot)->next;
+            }
+            entry->next = nullptr;
+            *slot = entry;
         }
-        entry->next = nullptr;
-        *slot = entry;
     }
     QMXText::swap(*value_of(entry), fresh);
 }
@@ -183,7 +205,7 @@ void QMXDictionary::insert(TStr const& key, TStr* owned, QMXValue& fresh, bool m
 // Every set ends here.
 void QMXDictionary::store(TStr const& key, QMXValue& fresh) {
     if (is_plain(key)) {
-        insert(key, nullptr, fresh, true);
+        insert(key.handle(), false, fresh, true);
         return;
     }
     TStr path(key);
@@ -192,7 +214,7 @@ void QMXDictionary::store(TStr const& key, QMXValue& fresh) {
         home->store(path, fresh);
     } else {
         // A path that leads nowhere is replaced in place, not removed: removal does not find it.
-        insert(path, nullptr, fresh, home != nullptr);
+        insert(path.handle(), false, fresh, home != nullptr);
     }
 }
 
@@ -262,10 +284,11 @@ void QMXDictionary::set(TStr const& key, QMXDictionary const& value) {
 }
 
 void QMXDictionary::remove(TStr const& key) {
-    if (is_plain(key)) {
-        if (QMXValue* value = own(key)) {
-            value->clear();
-            hashmap_remove(mMap.handle(), &key);
+    const StrKey plain(key.handle());
+    if (is_plain(plain)) {
+        hashmap_entry** slot = slot_of(mMap.handle(), plain);
+        if (*slot != nullptr) {
+            remove_at(mMap.handle(), slot);
         }
         return;
     }
@@ -278,11 +301,10 @@ void QMXDictionary::remove(TStr const& key) {
 void QMXDictionary::clear() {
     hashmap* map = mMap.handle();
     for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
-        for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
-            value_of(e)->clear();
+        while (map->buckets[bucket] != nullptr) {
+            remove_at(map, &map->buckets[bucket]);
         }
     }
-    hashmap_clear(map);
 }
 
 int QMXDictionary::typeOf(TStr const& key) const {

@@ -124,7 +124,7 @@ private:
     QMXValue* found(TStr const& key) const;
     QMXValue* foundOutward(TStr const& key) const;
     void store(TStr const& key, QMXValue& fresh);
-    void insert(TStr const& key, TStr* owned, QMXValue& fresh, bool moveToEnd);
+    void insert(str* key, bool keyIsOurs, QMXValue& fresh, bool moveToEnd);
 
     TMap<TStr, QMXValue> mMap;
     QMXDictionary* mpParent;

@@ -1,6 +1,5 @@
 #include "qmx/qmxTextPrivate.h"
 
-#include "orbuutil/c_hashmapPrivate.h"
 #include "orbuutil/c_listPrivate.h"
 #include "orbuutil/c_memory.h"
 #include "orbuutil/c_stropsPrivate.h"
@@ -16,10 +15,6 @@ namespace {
 TStr adopt(str* text) { return TStr(static_cast<void*>(text)); }
 
 str const* text_of(long slot) { return reinterpret_cast<str const*>(slot); }
-
-bool is_path(char const* key, long count) {
-    return count == 0 || std::memchr(key, '.', static_cast<size_t>(count)) != nullptr;
-}
 
 } // namespace
 
@@ -144,11 +139,11 @@ void QMXText::writeItems(QMXTextWriter& writer, QMXDictionary const& dictionary,
     hashmap const* map = dictionary.mMap.handle();
     for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
         for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
-            TStr const& key = *static_cast<TStr const*>(e->key);
-            if (is_path(private_str_text_or_empty(key.handle()), private_str_extent(key.handle()))) {
-                listed(key);
+            auto const* entry = static_cast<QMXDictionaryEntry const*>(e);
+            if (entry->isPath) {
+                listed(entry->name);
             } else {
-                item(key, static_cast<QMXValue const*>(e->value));
+                item(entry->name, &entry->content);
             }
         }
     }
@@ -232,11 +227,11 @@ bool QMXText::readItem(QMXDictionary& dictionary, char const* bytes, long count,
     if (text != nullptr) {
         readValue(value, text, textBytes, depth);
     }
-    if (key == nullptr || is_path(key, keyBytes)) {
-        dictionary.store(key != nullptr ? slice(key, keyBytes) : TStr(TStr::null), value);
+    str* name = key != nullptr ? private_str_from_bytes(key, keyBytes) : nullptr;
+    if (StrKey(name).isWithout('.')) {
+        dictionary.insert(name, true, value, true);
     } else {
-        auto* owned = new TStr(static_cast<void*>(private_str_from_bytes(key, keyBytes)));
-        dictionary.insert(*owned, owned, value, true);
+        dictionary.store(TStr(static_cast<void*>(name)), value);
     }
     return true;
 }

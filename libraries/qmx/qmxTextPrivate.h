@@ -2,6 +2,7 @@
 // Results are those of the steps that the public headers tell; only the copies are left out.
 #pragma once
 
+#include "orbuutil/c_hashmapPrivate.h"
 #include "orbuutil/tstr.h"
 #include "qmx/qmxDictionary.h"
 #include "qmx/qmxValue.h"
@@ -23,6 +24,15 @@ str* private_unmarshal_bytes(char const* from, long bytes);
 str* private_qmx_keep_list_text(str const* text);
 QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary);
 QMXDictionary* private_qmx_keep_new_dictionary();
+
+// One entry of a dictionary: the map's entry, its key and its value are made and deleted as one.
+struct QMXDictionaryEntry : hashmap_entry {
+    explicit QMXDictionaryEntry(str* adopted);
+
+    TStr name;
+    QMXValue content;
+    bool isPath; // several components, or none: not found by its literal text
+};
 
 // Text under construction. Short ones stay on the stack.
 class QMXTextWriter {
