@@ -112,7 +112,7 @@ QMXPipeConduit::~QMXPipeConduit() {
         session->close(false);
     }
     if (mpData->isServer && hashmap_count(mpData->readers.handle()) > 0) {
-        removeAllReaders();
+        QMXPipeConduit::removeAllReaders();
     }
     // What is left would go on using a conduit that is no more.
     auto const left = pickSessions(mpData->sessions, [](QMXPipeSession*) { return true; });

@@ -53,10 +53,12 @@ QMXPipeEndpoint::QMXPipeEndpoint(QMXPipeEndpoint const& other)
     : QMXPipeBase(other), mpDevice(take(other.mpDevice)), mMode(other.mMode) {}
 
 QMXPipeEndpoint& QMXPipeEndpoint::operator=(QMXPipeEndpoint const& other) {
-    QMXPipeIODevice* old = mpDevice;
-    mpDevice = take(other.mpDevice);
-    mMode = other.mMode;
-    letGo(old);
+    if (this != &other) {
+        QMXPipeIODevice* old = mpDevice;
+        mpDevice = take(other.mpDevice);
+        mMode = other.mMode;
+        letGo(old);
+    }
     return *this;
 }
 
@@ -126,7 +128,9 @@ QMXPipeReadEndpoint::QMXPipeReadEndpoint(QMXPipeReadEndpoint const& other)
     : QMXPipeEndpoint(other), mpData(new QMXPipeReadEndpointData) {}
 
 QMXPipeReadEndpoint& QMXPipeReadEndpoint::operator=(QMXPipeReadEndpoint const& other) {
-    QMXPipeEndpoint::operator=(other);
+    if (this != &other) {
+        QMXPipeEndpoint::operator=(other);
+    }
     return *this;
 }
 

@@ -52,7 +52,7 @@ QMXPipeFile::QMXPipeFile(int fd, int mode, bool closeOnDestroy) : mpData(new QMX
 QMXPipeFile::QMXPipeFile(TStr const& path, int mode, bool closeOnDestroy) : mpData(new QMXPipeFileData) {
     mpData->path = path;
     mpData->closeOnDestroy = closeOnDestroy;
-    open(mode);
+    QMXPipeFile::open(mode);
 }
 
 QMXPipeFile::QMXPipeFile(QMXPipeFile const& other) : QMXPipeIODevice(other), mpData(new QMXPipeFileData) {
@@ -63,8 +63,10 @@ QMXPipeFile::QMXPipeFile(QMXPipeFile const& other) : QMXPipeIODevice(other), mpD
 }
 
 QMXPipeFile& QMXPipeFile::operator=(QMXPipeFile const& other) {
-    mpData->descriptor = other.mpData->descriptor;
-    mpData->closed = other.mpData->closed;
+    if (this != &other) {
+        mpData->descriptor = other.mpData->descriptor;
+        mpData->closed = other.mpData->closed;
+    }
     return *this;
 }
 

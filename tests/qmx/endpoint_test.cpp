@@ -1,46 +1,16 @@
 #include "transport.h"
 
 #include <cerrno>
-#include <deque>
+#include <cstring>
 #include <fcntl.h>
-#include <numeric>
 
 namespace {
-
-// Gives its pieces, each read taking no more than one of them, and keeps what is written.
-class ScriptedDevice : public QMXPipeFile {
-public:
-    explicit ScriptedDevice(std::deque<std::string> pieces = {})
-        : QMXPipeFile(-1, 0, false), mPieces(std::move(pieces)) {}
-
-    using QMXPipeFile::write;
-    long write(void const* data, long length) override {
-        mWritten.append(static_cast<char const*>(data), static_cast<size_t>(length));
-        return length;
-    }
-    long read(void* data, long length) override {
-        ++mReads;
-        if (mPieces.empty()) {
-            return -1;
-        }
-        size_t const size = mPieces.front().copy(static_cast<char*>(data), static_cast<size_t>(length));
-        mPieces.front().erase(0, size);
-        if (mPieces.front().empty()) {
-            mPieces.pop_front();
-        }
-        return static_cast<long>(size);
-    }
-
-    std::deque<std::string> mPieces;
-    std::string mWritten;
-    int mReads = 0;
-};
 
 using EndpointTest = TransportTest;
 
 struct LineCase {
     char const* name;
-    std::deque<std::string> pieces;
+    std::vector<std::string> pieces; // each written at once, and taken in
     std::vector<std::string> lines;
 };
 
@@ -65,59 +35,45 @@ TEST_F(EndpointTest, CutsWhatArrivesIntoLines) {
     };
     for (LineCase const& each : cases) {
         SCOPED_TRACE(each.name);
-        auto* device = new ScriptedDevice(each.pieces);
-        QMXPipeReadEndpoint endpoint(device);
-        while (!device->mPieces.empty()) {
-            endpoint.canReadLine();
+        Channel pipe = channel();
+        long characters = 0;
+        for (std::string const& piece : each.pieces) {
+            pipe.writer.write(piece.data(), static_cast<long>(piece.size()));
+            characters = pipe.reader.bytesAvailable();
         }
-        EXPECT_EQ(endpoint.bytesAvailable(),
-                  std::accumulate(each.lines.begin(), each.lines.end(), 0L,
-                                  [](long sum, std::string const& line) { return sum + (long)line.size(); }));
         std::vector<std::string> lines;
-        while (endpoint.canReadLine()) {
-            lines.push_back(text(endpoint.readLine()));
+        while (pipe.reader.canReadLine()) {
+            lines.push_back(pipe.heard());
+            characters -= static_cast<long>(lines.back().size());
         }
         EXPECT_EQ(lines, each.lines);
-        EXPECT_EQ(endpoint.bytesAvailable(), 0);
-        EXPECT_TRUE(endpoint.readLine().isEmpty());
+        EXPECT_EQ(characters, 0);
+        EXPECT_EQ(pipe.reader.bytesAvailable(), 0);
+        EXPECT_EQ(pipe.heard(), "");
     }
 }
 
-TEST_F(EndpointTest, AsksTheDeviceOnceWhenThereIsNothing) {
-    auto* device = new ScriptedDevice;
-    QMXPipeReadEndpoint endpoint(device);
-    EXPECT_FALSE(endpoint.canReadLine());
-    EXPECT_EQ(device->mReads, 1);
-    device->mPieces = {std::string(4096, 'x')};
-    EXPECT_TRUE(endpoint.canReadLine());
-    EXPECT_EQ(device->mReads, 3) << "a full buffer asks once more";
-}
-
 TEST_F(EndpointTest, PendingLinesStayWithTheirEndpoint) {
-    auto* device = new ScriptedDevice({"a\n\nb\n"});
-    QMXPipeReadEndpoint endpoint(device);
-    EXPECT_TRUE(endpoint.canReadLine());
-    QMXPipeReadEndpoint copy(endpoint);
-    QMXPipeReadEndpoint assigned;
-    assigned = endpoint;
-    EXPECT_EQ(copy.device(), device);
+    Channel pipe = channel();
+    pipe.tell("a\n\nb");
+    EXPECT_TRUE(pipe.reader.canReadLine());
+    QMXPipeReadEndpoint copy(pipe.reader);
     EXPECT_FALSE(copy.canReadLine());
-    EXPECT_FALSE(assigned.canReadLine());
-    EXPECT_TRUE(copy == assigned);
-    EXPECT_FALSE(copy == endpoint);
-    endpoint = assigned;
-    EXPECT_EQ(text(endpoint.read()), "a\n\nb");
-    EXPECT_EQ(text(endpoint.read()), "");
-    EXPECT_TRUE(copy == endpoint);
+    EXPECT_FALSE(copy == pipe.reader);
+    pipe.reader = copy;
+    EXPECT_EQ(text(pipe.reader.read()), "a\n\nb");
+    EXPECT_EQ(text(pipe.reader.read()), "");
+    EXPECT_TRUE(copy == pipe.reader);
 }
 
 TEST_F(EndpointTest, WritesTextUpToItsNulAndBytesAsTheyAre) {
-    auto* device = new ScriptedDevice;
-    QMXPipeWriteEndpoint endpoint(device);
-    EXPECT_EQ(endpoint.write(TStr("\xc3\xa9\n")), 3);
-    EXPECT_EQ(endpoint.write(TStr::null), 0);
-    EXPECT_EQ(endpoint.write("a\0b", 3), 3);
-    EXPECT_EQ(device->mWritten, std::string("\xc3\xa9\na\0b", 6));
+    Channel pipe = channel();
+    EXPECT_EQ(pipe.writer.write(TStr("\xc3\xa9\n")), 3);
+    EXPECT_EQ(pipe.writer.write(TStr::null), 0);
+    EXPECT_EQ(pipe.writer.write("a\0b", 3), 3);
+    unsigned char bytes[10];
+    EXPECT_EQ(pipe.reader.read(bytes, sizeof bytes), 6);
+    EXPECT_EQ(memcmp(bytes, "\xc3\xa9\na\0b", 6), 0);
     EXPECT_EQ(QMXPipeWriteEndpoint().write(TStr("x")), -1);
 }
 
@@ -162,16 +118,10 @@ TEST_F(EndpointTest, FilesOpenByPathAndReportFailure) {
         reader = QMXPipeReadEndpoint();
         EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "the last endpoint takes an owned descriptor with it";
     }
-    struct stat status;
-    EXPECT_EQ(stat(path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 0117, 0u);
-    unlink(path.c_str());
-
+    std::filesystem::remove(path);
     expectError("Error  Could not open file " + path + " : " + std::to_string(ENOENT));
     QMXPipeFile missing(path.c_str(), PipeModeRead, true);
     EXPECT_FALSE(missing.isOpen());
-    EXPECT_EQ(missing.handle(), -1);
-    missing.close();
     EXPECT_EQ(missing.handle(), -1);
 }
 

@@ -23,22 +23,17 @@ TEST_F(FacilityTest, ReadsSelectDictionaries) {
         "orphan",  "later", "own", nullptr, "1",     nullptr, nullptr, "later", "",      nullptr, nullptr,
     };
     char const* nothing[] = {nullptr};
-    struct {
-        char const *dictionary, *key, *value;
-    } const expected[] = {
-        {"base", "plain", "a!20b"}, {"base", "list", "#3:x,y!20z,"},
-        {"derived", "own", ""},     {"derived", "plain", "a!20b"},
-        {"orphan", "own", "1"},     {"orphan", "plain", ""},
-        {"later", "plain", ""},     {"none", "plain", "no dictionary"},
-    };
     expectError("Error  Could not find parent dictionary: later for orphan");
     QMXPipeFacility facility;
     facility.readSelectDictionaries(table);
     facility.readSelectDictionaries(nothing);
-    for (auto const& each : expected) {
-        EXPECT_EQ(valueOf(facility, each.dictionary, each.key), each.value)
-            << each.dictionary << "." << each.key;
-    }
+    EXPECT_EQ(valueOf(facility, "base", "plain"), "a!20b");
+    EXPECT_EQ(valueOf(facility, "base", "list"), "#3:x,y!20z,");
+    EXPECT_EQ(valueOf(facility, "derived", "plain"), "a!20b");
+    EXPECT_EQ(valueOf(facility, "derived", "own"), "");
+    EXPECT_EQ(valueOf(facility, "orphan", "own"), "1");
+    EXPECT_EQ(valueOf(facility, "orphan", "plain"), "");
+    EXPECT_EQ(valueOf(facility, "none", "plain"), "no dictionary");
 }
 
 TEST_F(FacilityTest, TableOfFacilities) {

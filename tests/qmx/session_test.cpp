@@ -79,15 +79,6 @@ TEST_F(SessionTest, SlotHoldsWhatNobodyWaitedFor) {
     converse(mSide, mIn, mOut, {"> " + line("system.listLocales")});
     EXPECT_EQ(mSession->waitForPacket(&mResponse, 100), SendDone);
     EXPECT_EQ(text(mResponse.facilityAndCode()), "system.listLocales");
-
-    // A send without a response does not wait either, and a later packet in the slot replaces an earlier one.
-    for (char const* name : {"test.one", "test.two"}) {
-        EXPECT_EQ(mSide.send(&packet, nullptr, 0), SendDone);
-        mOut.heard();
-        converse(mSide, mIn, mOut, {"> " + line(name)});
-    }
-    EXPECT_EQ(mSession->waitForPacket(&mResponse, 100), SendDone);
-    EXPECT_EQ(text(mResponse.code()), "two");
 }
 
 TEST_F(SessionTest, CallbackLooksFirst) {
@@ -97,11 +88,7 @@ TEST_F(SessionTest, CallbackLooksFirst) {
         }
         return packet->code() == "stop" ? 0 : 3;
     });
-    converse(mSide, mIn, mOut,
-             {"> " + line("system.stop"), "> " + line("none."),
-              "< 65536;none.RESP;7;10;0;1;RCOD=h;RSCD=d0;MLST=j!237!3assnTerm!2ccndTerm!2ccndCnct!2cRESP!2c"
-              "error!2clistLocales!2clistFacilities",
-              "> " + line("none.bye")});
+    converse(mSide, mIn, mOut, {"> " + line("system.stop"), "> " + line("none.bye")});
     EXPECT_EQ(mSession->conduit(), nullptr);
 }
 
@@ -128,7 +115,7 @@ long leave(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* respo
 }
 
 TEST_F(TransportTest, HandlersSendAndCloseNestedInAWait) {
-    Registered facility("test");
+    Registered facility;
     facility.registerFunction("down", goDown);
     facility.registerFunction("leave", leave);
     Pair pair(channel(), channel());

@@ -137,14 +137,8 @@ struct Pair {
     Side server;
 };
 
-// A facility under its own name for the length of a scope.
-class Registered : public QMXPipeFacility {
-public:
-    explicit Registered(char const* name) : mName(name) { QMXPipeConduit::registerFacility(this); }
-    ~Registered() override { QMXPipeConduit::unregisterFacility(mName); }
-
-    TStr facility() override { return mName; }
-
-private:
-    TStr mName;
+// The facility "test" for the length of a scope.
+struct Registered : QMXPipeFacility {
+    Registered() { QMXPipeConduit::registerFacility(this, "test"); }
+    ~Registered() override { QMXPipeConduit::unregisterFacility("test"); }
 };
