@@ -23,6 +23,11 @@ if(ORBU_WERROR)
   add_compile_options(-Werror)
 endif()
 
+# GCC 12 sees an overlap in the standard library's own string concatenation where there is none.
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  add_compile_options(-Wno-restrict)
+endif()
+
 # A unique symbol would pin the library in memory after dlclose.
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   add_compile_options(-fno-gnu-unique)
