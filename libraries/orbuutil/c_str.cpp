@@ -76,7 +76,7 @@ long raw_walk(const char* text, long chars) {
 bool overlaps(const str* s, const void* data, long bytes) {
     const auto from = reinterpret_cast<std::uintptr_t>(data);
     const auto text = reinterpret_cast<std::uintptr_t>(s->text);
-    return s->text != nullptr && from < text + count(s->size + private_str_padding) &&
+    return s->text != nullptr && data != nullptr && from < text + count(s->size + private_str_padding) &&
            text < from + count(bytes);
 }
 

@@ -89,10 +89,11 @@ TStr::~TStr() {
 }
 
 TStr& TStr::operator=(const TStr& other) {
-    str* copy = str_dup(other.mHandle); // before the old text goes: `other` may be this
-    clearCachedEncoding();
-    str_uninit(mHandle);
-    mHandle = copy;
+    if (this != &other) {
+        clearCachedEncoding();
+        str_uninit(mHandle);
+        mHandle = str_dup(other.mHandle);
+    }
     return *this;
 }
 
