@@ -72,7 +72,7 @@ QMXPipeFile& QMXPipeFile::operator=(QMXPipeFile const& other) {
 
 QMXPipeFile::~QMXPipeFile() {
     if (mpData->closeOnDestroy) {
-        close();
+        QMXPipeFile::close();
     }
     delete mpData;
 }

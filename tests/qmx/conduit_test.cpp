@@ -14,7 +14,7 @@ public:
 };
 
 INSTANTIATE_TEST_SUITE_P(Wires, ConduitTest, ::testing::Values(Wire::Pipe, Wire::Fifo),
-                         ::testing::PrintToStringParamName());
+                         [](auto const& each) { return each.param == Wire::Pipe ? "Pipe" : "Fifo"; });
 
 long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
     response->setAttribute("RCOD", TStr("overwritten"));
@@ -245,8 +245,7 @@ TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
     waitpid(child, nullptr, 0);
     side.poll();
     EXPECT_EQ(side.findSession(10), nullptr);
-    EXPECT_NE(side.findSession(11), nullptr);
-    EXPECT_NE(side.findSession(12), nullptr);
+    EXPECT_TRUE(side.findSession(11) != nullptr && side.findSession(12) != nullptr);
 }
 
 TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {

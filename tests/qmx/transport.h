@@ -32,10 +32,6 @@ struct Channel {
 
 enum class Wire { Pipe, Fifo };
 
-inline std::ostream& operator<<(std::ostream& out, Wire wire) {
-    return out << (wire == Wire::Pipe ? "Pipe" : "Fifo");
-}
-
 // A conduit that a test steers, and that ends with its scope.
 class Side : public QMXPipeConduit {
 public:
