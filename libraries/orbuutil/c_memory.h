@@ -9,7 +9,7 @@
 #include "orbuutil/orbuExport.h"
 
 // Gives `size` zeroed bytes (0 is allowed), aligned to 8 bytes, or null when memory is exhausted or `size` is
-// absurd. Counts size + 8 bytes and one block. Through calloc(3).
+// absurd. Counts size + 8 bytes and one block. Through malloc(3) or calloc(3).
 ORBU_EXPORT void* memory_allocate(unsigned long size);
 
 // Releases a block and gives the bytes it took, the hidden word included. Accepts null: 0, nothing counted.

@@ -32,19 +32,20 @@ private:
     locale_t mPrevious;
 };
 
-// The value of a digit in the base, -1 for anything else. The tests go by signed chars, so that no byte from
-// 0x80 up is a letter in a large base.
-long digitInBase(char byte, int base) {
-    const int c = static_cast<signed char>(byte);
+// Whether the byte is a digit in the base. The tests go by signed chars, so that no byte from 0x80 up is a
+// letter in a large base.
+bool private_str_ok_in_base(char byte, int base) {
+    const long c = static_cast<signed char>(byte);
     if (base <= 10)
-        return c >= '0' && c <= '0' + base - 1 ? c - '0' : -1;
-    if (c >= '0' && c <= '9')
-        return c - '0';
-    if (c >= 'a' && c < 87L + base)
-        return c - 87;
-    if (c >= 'A' && c < 55L + base)
-        return c - 55;
-    return -1;
+        return c >= '0' && c <= '0' + base - 1;
+    return (c >= '0' && c <= '9') || (c >= 'a' && c < 87L + base) || (c >= 'A' && c < 55L + base);
+}
+
+// The value of a digit in the base, -1 for anything else.
+long digitInBase(char byte, int base) {
+    if (!private_str_ok_in_base(byte, base))
+        return -1;
+    return byte - (byte <= '9' ? '0' : byte >= 'a' ? 87 : 55);
 }
 
 template <typename T>

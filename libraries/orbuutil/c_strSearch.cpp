@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr bool isWhitespace(char c) { return c == ' ' || (c >= 9 && c <= 13); }
+constexpr bool private_str_is_whitespace(char c) { return c == ' ' || (c >= 9 && c <= 13); }
 
 // Calls visit(character) for each character of the text, up to its end.
 template <typename Visit>
@@ -93,9 +93,7 @@ str* str_right(const str* s, int n) {
     const long count = str_utf8_char_count(s);
     if (n < 0 || n >= count)
         return str_dup(s);
-    const long extent = private_str_extent(s);
-    const long from = private_text_offset(s->text, extent, count - n);
-    return private_str_from_bytes(s->text + from, extent - from);
+    return str_mid(s, count - n, -1);
 }
 
 str* str_pad(const str* s, int n) {
@@ -155,7 +153,7 @@ void str_strip_whitespace(str* s) {
     char* first = nullptr;
     char* last = nullptr;
     forEachCharacter(s, [&](char* p) {
-        if (isWhitespace(*p))
+        if (private_str_is_whitespace(*p))
             return;
         first = first != nullptr ? first : p;
         last = p;
@@ -175,7 +173,7 @@ void str_simplify_whitespace(str* s) {
     long kept = 0;
     char last = 0;
     forEachCharacter(s, [&](char* p) {
-        if (isWhitespace(*p))
+        if (private_str_is_whitespace(*p))
             return;
         ++kept;
         last = *p;

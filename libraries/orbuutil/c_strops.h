@@ -63,7 +63,8 @@ ORBU_EXPORT str* str_arg_float(str* s, int width, char format, int precision, ch
 
 // Parse an integer in `base` (at least 1; letters of both cases are 10 upward; no "0x"). Bytes 9, 10 and 32
 // may stand before and behind it, one sign directly before the digits. An empty text, anything else in the
-// text and a number out of range give 0 with `ok` 0; str_to_int has the range of 32 bits.
+// text and a number out of range give 0 with `ok` 0; str_to_int has the range of 32 bits. The most negative
+// long counts as out of range in a base that is a power of two.
 ORBU_EXPORT long str_to_huge(const str* s, int* ok, int base);
 ORBU_EXPORT long str_to_long(const str* s, int* ok, int base);
 ORBU_EXPORT int str_to_int(const str* s, int* ok, int base);

@@ -197,20 +197,3 @@ TEST_F(List, HooksMakeCopyAndDelete) {
     EXPECT_EQ(list_pop(of), &deleted);
     EXPECT_EQ(private_list_item_size(of, nullptr), 8);
 }
-
-TEST(ListOfPointers, NullIsHarmless) {
-    list* of = list_init(nullptr);
-    int item = 0;
-    list_push(of, &item);
-    EXPECT_EQ(list_index(of, &item), 0);
-    EXPECT_EQ(list_remove(of, nullptr), 0);
-    list_uninit(of);
-    EXPECT_EQ(list_push(nullptr, &item), nullptr);
-    EXPECT_EQ(list_dup(nullptr), nullptr);
-    EXPECT_EQ(list_begin(nullptr), nullptr);
-    EXPECT_EQ(list_iter_next(nullptr), 0);
-    EXPECT_EQ(list_pop(nullptr), nullptr);
-    EXPECT_EQ(list_insert_before(nullptr, 0, &item), nullptr);
-    list_uninit(nullptr);
-    list_iter_uninit(nullptr);
-}

@@ -9,16 +9,6 @@ namespace {
 
 using support::text;
 
-TEST(Hash, TakesTheFirstEightBytes) {
-    EXPECT_EQ(TStr::null.hash() + TStr("").hash(), 0U);
-    EXPECT_EQ(TStr("ab").hash(), 0x6162U);
-    EXPECT_EQ(TStr("abcdefghz and more").hash(), 0x6867666564636261U);
-    EXPECT_EQ(TStr("\xC3z").hash(), 0xFFFFFFFFFFFFC37AU);
-    TStr cut("abcdefghi");
-    cut.truncate(2);
-    EXPECT_EQ(cut.hash(), 0x6162U) << "the rest of the buffer does not count";
-}
-
 TEST(Substrings, CountCharacters) {
     const TStr s("h\xC3\xA9llo");
     EXPECT_EQ(text(s.left(2)), "h\xC3\xA9");
@@ -28,6 +18,9 @@ TEST(Substrings, CountCharacters) {
         EXPECT_EQ(text(s.left(whole)) + text(s.right(whole)), text(s) + text(s));
     EXPECT_EQ(text(TStr().left(3)), "") << "a copy of a null text is empty";
     EXPECT_TRUE(TStr().right(3).isNull());
+    TStr cut("ab\xC3,xyz");
+    EXPECT_EQ(text(cut.pop(",")), "xyz");
+    EXPECT_EQ(text(cut.right(1)), "z") << "a character that is cut short leads across the NUL";
 }
 
 TEST(Pad, RepeatsWithoutCutting) {

@@ -1,12 +1,11 @@
 #include "orbuutil/tmapPrivate.h"
 
-#include "orbuutil/c_listPrivate.h"
-#include "orbuutil/tstr.h"
+#include "orbuutil/tstrList.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
-#include <string>
 #include <type_traits>
 
 namespace {
@@ -15,16 +14,6 @@ void put(TMap<TStr, TStr>& map, const char* key, const char* value) {
     TStr k(key);
     TStr v(value);
     hashmap_insert(map.handle(), &k, &v);
-}
-
-std::string keys(TMap<TStr, TStr> const& map) {
-    TList<TStr> list = map.keys();
-    std::string text;
-    for (list_entry* e = list_head(list.handle()); e != nullptr; e = e->next) {
-        text += static_cast<TStr*>(e->value)->toUtf8();
-        text += " ";
-    }
-    return text;
 }
 
 // A host's own key, with its hash beside it.
@@ -43,24 +32,10 @@ static_assert(sizeof(TMap<long, int>) == 2 * sizeof(void*)); // the virtual tabl
 
 // The order in which marshalled attributes are written follows from these.
 TEST(Hash, IsTheNumberOrTheFirstBytes) {
-    const struct {
-        const char* text;
-        unsigned long expected;
-    } rows[] = {
-        {"", 0},
-        {"a", 0x61},
-        {"ab", 0x6162},
-        {"abcdefgh", 0x6162636465666768},
-        {"abcdefgh1", 0x6867666564636261}, // the packing order changes with the ninth byte
-        {"abcdefgh2", 0x6867666564636261},
-        {"\xc3\xa9", 0xffffffffffffffa9}, // bytes are widened with their sign
-        {"\xc3z", 0xffffffffffffc37a},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(hash(TStr(row.text)), row.expected) << row.text;
-    }
-    EXPECT_EQ(hash(TStr()), 0U);
-    EXPECT_EQ(hash(TStr::null), 0U);
+    EXPECT_EQ(hash(TStr::null) + hash(TStr()) + hash(TStr("")), 0U);
+    EXPECT_EQ(hash(TStr("abcdefgh")), 0x6162636465666768U);
+    EXPECT_EQ(hash(TStr("abcdefgh1")), 0x6867666564636261U); // the packing order changes with the ninth byte
+    EXPECT_EQ(hash(TStr("\xc3z")), 0xffffffffffffc37aU);     // bytes are widened with their sign
     EXPECT_EQ(hash(-1L), ULONG_MAX);
     EXPECT_EQ(hash(-2), ULONG_MAX - 1);
     EXPECT_EQ(hash('\xff'), ULONG_MAX);
@@ -74,7 +49,8 @@ TEST(TMap, WalksInTheOrderOfTheFormat) {
         put(map, key, key);
     }
     // Buckets 0, 2, 5, 5, 7, 12, 15 and 16; within a chain the oldest comes first.
-    EXPECT_EQ(keys(map), " caption abcdefgh2 abcdefgh1 RCOD locale selector \xc3\xa9 ");
+    EXPECT_EQ(support::text(stringJoin(map.keys(), " ")),
+              " caption abcdefgh2 abcdefgh1 RCOD locale selector \xc3\xa9");
     EXPECT_EQ(*private_tmap_find(map, TStr("abcdefgh1")), TStr("abcdefgh1"));
     EXPECT_EQ(private_tmap_find(map, TStr("abcdefgh3")), nullptr);
 }
@@ -85,10 +61,8 @@ TEST(TMap, SharesOneRecordWhileAnyInstanceLives) {
     {
         TMap<TStr, TStr> first;
         hashmap_info_record* record = TMap<TStr, TStr>::sinfo;
-        EXPECT_EQ(record->record_size, static_cast<int>(sizeof(hashmap_info_record)));
         EXPECT_EQ(record->key_size, static_cast<int>(sizeof(TStr)));
         EXPECT_EQ(record->val_size, static_cast<int>(sizeof(TStr)));
-        EXPECT_EQ(record->flags, 3);
         put(first, "k", "v");
         TMap<TStr, TStr> copy(first);
         EXPECT_EQ(record->ref_count, 2);
@@ -99,16 +73,6 @@ TEST(TMap, SharesOneRecordWhileAnyInstanceLives) {
     }
     EXPECT_EQ((TMap<TStr, TStr>::sinfo), nullptr);
     EXPECT_EQ(memory_allocated(), before);
-}
-
-TEST(TMap, SetsAValueFromItself) {
-    TMap<TStr, TStr> map;
-    put(map, "key", "a value that is long enough to be noticed when it is gone");
-    hashmap_entry* entry = private_hashmap_first(map.handle());
-    hashmap_insert(map.handle(), entry->key, entry->value);
-    EXPECT_EQ(*static_cast<TStr*>(entry->value),
-              TStr("a value that is long enough to be noticed when it is gone"));
-    EXPECT_EQ(hashmap_count(map.handle()), 1);
 }
 
 TEST(TMap, TakesNumbersPointersAndHostTypes) {
