@@ -103,6 +103,19 @@ QMXDictionary::QMXDictionary(QMXDictionary const& other)
     if (mpParent != nullptr) {
         mpParent->retain();
     }
+    if (typeid(other) == typeid(QMXDictionary)) {
+        hashmap const* from = other.mMap.handle();
+        hashmap* to = mMap.handle();
+        for (std::int32_t bucket = 0; bucket < from->bucket_count; ++bucket) {
+            hashmap_entry** slot = &to->buckets[bucket];
+            for (hashmap_entry const* e = from->buckets[bucket]; e != nullptr; e = e->next) {
+                QMXDictionaryEntry* copy = append(to, slot, str_dup(key_of(e).handle()));
+                copy->content = *value_of(e);
+                slot = &copy->next;
+            }
+        }
+        return;
+    }
     const TList<TStr> names = other.keys();
     for (list_entry const* e = list_head(names.handle()); e != nullptr; e = e->next) {
         TStr const& key = *static_cast<TStr const*>(e->value);

@@ -154,7 +154,7 @@ TStr unmarshalString(TStr const& s) {
         private_unmarshal_bytes(private_str_text_or_empty(s.handle()), private_str_extent(s.handle())));
 }
 
-TStr marshalStringList(TList<TStr> const& list) {
+str* private_marshal_list(TList<TStr> const& list) {
     char count[PRIVATE_DIGITS_ROOM];
     const long digits = private_str_digits(count, list_count(list.handle()), 10);
     long total = 1 + digits + 1;
@@ -166,7 +166,7 @@ TStr marshalStringList(TList<TStr> const& list) {
 
     str* made = private_str_blank(total);
     if (made == nullptr)
-        return adopt(made);
+        return made;
     char* to = made->text;
     *to++ = '#';
     to = std::copy_n(count, digits, to);
@@ -177,8 +177,10 @@ TStr marshalStringList(TList<TStr> const& list) {
         if (e->next != nullptr)
             *to++ = ',';
     }
-    return adopt(made);
+    return made;
 }
+
+TStr marshalStringList(TList<TStr> const& list) { return adopt(private_marshal_list(list)); }
 
 TList<TStr> unmarshalStringList(TStr const& s) {
     if (s.isEmpty())

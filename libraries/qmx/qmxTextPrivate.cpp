@@ -177,6 +177,12 @@ void QMXText::readValue(QMXValue& value, char const* bytes, long count, int dept
         return;
     }
 
+    if (tag == 'j') {
+        value.install(QMXValue::TypeStringList,
+                      reinterpret_cast<long>(private_qmx_keep_list_text(body, length)));
+        return;
+    }
+
     str* text = private_unmarshal_bytes(body, length);
     switch (tag) {
     case 'h':
@@ -190,9 +196,6 @@ void QMXText::readValue(QMXValue& value, char const* bytes, long count, int dept
         break;
     case 'e':
         value.set(str_to_double(text, nullptr));
-        break;
-    case 'j':
-        value.install(QMXValue::TypeStringList, reinterpret_cast<long>(private_qmx_keep_list_text(text)));
         break;
     case 'i':
         if (depth < deepest) {

@@ -19,9 +19,14 @@ char* private_marshal_to(char* to, char const* text, long bytes);
 // What unmarshalString gives for these bytes.
 str* private_unmarshal_bytes(char const* from, long bytes);
 
+// What marshalStringList gives.
+str* private_marshal_list(TList<TStr> const& list);
+
 // --- what is never given back: made in functions of their own, which the leak check knows by name ---
 
-str* private_qmx_keep_list_text(str const* text);
+str* private_qmx_keep_list(TList<TStr> const& list);
+str* private_qmx_keep_list_text(char const* escaped, long bytes);
+str* private_qmx_keep_list_copy(str const* text);
 QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary);
 QMXDictionary* private_qmx_keep_new_dictionary();
 

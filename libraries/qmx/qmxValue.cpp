@@ -5,6 +5,7 @@
 #include "qmx/qmxMarshal.h"
 #include "qmx/qmxTextPrivate.h"
 
+#include <bit>
 #include <utility>
 
 namespace {
@@ -45,9 +46,6 @@ long retained(QMXDictionary* dictionary) {
 // Gives back what a value owns or holds.
 void drop(int type, long slot) {
     switch (type) {
-    case QMXValue::TypeDouble:
-        delete pointer_in<double>(slot);
-        break;
     case QMXValue::TypeDictionary:
         if (slot != 0) {
             pointer_in<QMXDictionary>(slot)->release();
@@ -64,9 +62,19 @@ void drop(int type, long slot) {
 
 } // namespace
 
-[[gnu::noinline]] str* private_qmx_keep_list_text(str const* text) {
-    str* kept = copy_kept(text);
-    // Not the last thing done, so that this frame is in the allocation's trace.
+// What is made here is not the last thing done, so that these frames are in the allocation's trace.
+[[gnu::noinline]] str* private_qmx_keep_list(TList<TStr> const& list) {
+    str* kept = private_marshal_list(list);
+    return kept != nullptr ? kept : str_init();
+}
+
+[[gnu::noinline]] str* private_qmx_keep_list_text(char const* escaped, long bytes) {
+    str* kept = private_unmarshal_bytes(escaped, bytes);
+    return kept != nullptr ? kept : str_init();
+}
+
+[[gnu::noinline]] str* private_qmx_keep_list_copy(str const* text) {
+    str* kept = str_dup(text);
     return kept != nullptr ? kept : str_init();
 }
 
@@ -81,13 +89,13 @@ QMXValue::QMXValue(char const* value) : mType(TypeNull), mSlot(slot_of(copy_text
 QMXValue::QMXValue(TStr const& value) : mType(TypeString), mSlot(slot_of(copy_text(value))) {}
 
 QMXValue::QMXValue(TList<TStr> const& value)
-    : mType(TypeStringList), mSlot(slot_of(private_qmx_keep_list_text(marshalStringList(value).handle()))) {}
+    : mType(TypeStringList), mSlot(slot_of(private_qmx_keep_list(value))) {}
 
 QMXValue::QMXValue(int value) : QMXValue(static_cast<long>(value)) {}
 
 QMXValue::QMXValue(long value) : mType(TypeLong), mSlot(value) {}
 
-QMXValue::QMXValue(double const& value) : mType(TypeDouble), mSlot(slot_of(new double(value))) {}
+QMXValue::QMXValue(double const& value) : mType(TypeDouble), mSlot(std::bit_cast<long>(value)) {}
 
 QMXValue::QMXValue(QMXDictionary* value) : mType(TypeDictionary), mSlot(retained(value)) {}
 
@@ -109,17 +117,15 @@ QMXValue& QMXValue::operator=(QMXValue const& other) {
     switch (other.mType) {
     case TypeBool:
     case TypeLong:
+    case TypeDouble:
     case TypePointer:
         install(other.mType, other.mSlot);
-        break;
-    case TypeDouble:
-        install(TypeDouble, slot_of(new double(other.asDouble())));
         break;
     case TypeString:
         install(TypeString, slot_of(copy_kept(pointer_in<str>(other.mSlot))));
         break;
     case TypeStringList:
-        install(TypeStringList, slot_of(private_qmx_keep_list_text(pointer_in<str>(other.mSlot))));
+        install(TypeStringList, slot_of(private_qmx_keep_list_copy(pointer_in<str>(other.mSlot))));
         break;
     case TypeDictionary:
         install(TypeDictionary, retained(other.asDictionary()));
@@ -138,7 +144,17 @@ bool QMXValue::operator==(QMXValue const& other) const {
     if (mType != other.mType) {
         return false;
     }
-    return mType == TypeNull || mType == TypeEmpty || mSlot == other.mSlot;
+    switch (mType) {
+    case TypeNull:
+    case TypeEmpty:
+        return true;
+    case TypeDouble:
+    case TypeString:
+    case TypeStringList:
+        return this == &other; // no two values share what these hold
+    default:
+        return mSlot == other.mSlot;
+    }
 }
 
 int QMXValue::type() const { return mType; }
@@ -155,7 +171,7 @@ void QMXValue::set(int value) { install(TypeLong, value); }
 
 void QMXValue::set(long value) { install(TypeLong, value); }
 
-void QMXValue::set(double const& value) { install(TypeDouble, slot_of(new double(value))); }
+void QMXValue::set(double const& value) { install(TypeDouble, std::bit_cast<long>(value)); }
 
 void QMXValue::set(void* value) { install(TypePointer, slot_of(value)); }
 
@@ -166,7 +182,7 @@ void QMXValue::set(TStr const& value) { install(TypeString, slot_of(copy_text(va
 void QMXValue::set(QMXDictionary* value) { install(TypeDictionary, retained(value)); }
 
 void QMXValue::set(TList<TStr> const& value) {
-    install(TypeStringList, slot_of(private_qmx_keep_list_text(marshalStringList(value).handle())));
+    install(TypeStringList, slot_of(private_qmx_keep_list(value)));
 }
 
 void QMXValue::clear() { install(TypeNull, 0); }
@@ -209,7 +225,7 @@ double QMXValue::asDouble() const {
     case TypeLong:
         return static_cast<double>(mSlot);
     case TypeDouble:
-        return *pointer_in<double>(mSlot);
+        return std::bit_cast<double>(mSlot);
     case TypeString:
         return str_to_double(pointer_in<str>(mSlot), nullptr);
     default:

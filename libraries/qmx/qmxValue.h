@@ -61,8 +61,8 @@ public:
     // A copy by the type of `other`: fresh double and text, the same dictionary retained. May be itself.
     QMXValue& operator=(QMXValue const& other);
 
-    // Same type and same content, where the content of doubles, strings and lists is the very object held:
-    // two values never share one, so of these types a value equals only itself. Hosts depend on it.
+    // Same type and same content; but a double, a string or a list equals only the very same value. Hosts
+    // depend on it.
     bool operator==(QMXValue const& other) const;
 
     int type() const;     // a Type
@@ -116,5 +116,5 @@ private:
     void install(int type, long slot);
 
     int mType;
-    long mSlot; // by type: the number, or the pointer to what is owned, held or known
+    long mSlot; // by type: the bits of the number, or the pointer to what is owned, held or known
 };
