@@ -51,10 +51,36 @@ long private_text_offset(const char* text, long extent, long n) {
     return std::min(at, extent);
 }
 
+// What stands in front of the first separator when that is one byte and all in front of it is ASCII, so that
+// offsets are positions; null otherwise.
+static const char* ascii_end(const char* text, const char* end, char separator) {
+    const std::uint64_t wanted = StrKey::ones * static_cast<unsigned char>(separator);
+    for (; text < end; text += 8) {
+        const std::uint64_t word = StrKey::load(text);
+        const std::uint64_t places = StrKey::zeros(word ^ wanted);
+        // Only bytes in front of the first place count.
+        if ((word & StrKey::highBits & ((places & -places) - 1)) != 0)
+            return nullptr;
+        if (places != 0)
+            return std::min(text + std::countr_zero(places) / 8, end);
+    }
+    return end;
+}
+
 bool StrTokens::next(const char** token, long* bytes) {
     if (at == nullptr || at == end)
         return false;
     const char* rest = at;
+    const char* plain = separator != nullptr && separator[0] != 0 && separator[1] == 0
+                            ? ascii_end(at, end, *separator)
+                            : nullptr;
+    if (plain != nullptr) {
+        found = plain != end;
+        *token = plain != rest ? rest : nullptr;
+        *bytes = plain - rest;
+        at = found ? plain + 1 : nullptr;
+        return true;
+    }
     const long extent = end - at;
     // Over the text's known length and not by strstr, which may measure the rest for every token.
     const size_t offset = separator != nullptr

@@ -87,19 +87,18 @@ public:
         return ((load(text) ^ mWord) & mMask) == 0 && (mLength < 8 || std::strcmp(text + 8, mpText + 8) == 0);
     }
 
-private:
+    // Eight bytes, the first in the lowest place; one bit in every byte; and, for a word, bits of which the
+    // lowest is the highest bit of the first zero byte.
     static constexpr std::uint64_t ones = 0x0101010101010101;
     static constexpr std::uint64_t highBits = 0x8080808080808080;
-
-    // The first byte in the lowest place.
     static std::uint64_t load(const char* text) {
         std::uint64_t word = 0;
         std::memcpy(&word, text, sizeof word);
         return std::endian::native == std::endian::little ? word : __builtin_bswap64(word);
     }
-    // The highest bit of the first zero byte is the lowest that is set.
     static std::uint64_t zeros(std::uint64_t word) { return (word - ones) & ~word & highBits; }
 
+private:
     const str* mpString;
     const char* mpText;
     std::uint64_t mWord = 0;
@@ -108,7 +107,8 @@ private:
 };
 
 // The tokens of a text, one after the other, without changing it: what stringPopFront gives when it is called
-// until nothing is left. The text must outlive the walk.
+// until nothing is left. The text lies in a string's buffer (eight bytes are read at a time) and must outlive
+// the walk.
 struct StrTokens {
     const char* at;        // what is left; null when that is null
     const char* end;       // of the text, at its NUL
