@@ -8,7 +8,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <random>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -83,7 +85,7 @@ TEST(Number, TheHostsLocaleDoesNotMatter) {
     setenv("LOCPATH", folder.c_str(), 1);
     const bool comma = std::system(make.c_str()) == 0 && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr &&
                        std::string(std::localeconv()->decimal_point) == ",";
-    const double parsed = TStr("1.25").toDouble();
+    const double parsed = TStr("1.25e0").toDouble();
     const TStr written = TStr::number(1.25, 'f', 2);
     std::setlocale(LC_ALL, "C");
     unsetenv("LOCPATH");
@@ -92,6 +94,31 @@ TEST(Number, TheHostsLocaleDoesNotMatter) {
         GTEST_SKIP() << "no locale with a decimal comma can be made here";
     EXPECT_EQ(parsed, 1.25);
     EXPECT_EQ(text(written), "1.25");
+}
+
+// Short numbers are written and read without the C library, which has to agree to the last bit.
+TEST(Number, ShortRealsAreThoseOfTheCLibrary) {
+    std::mt19937_64 random(5);
+    std::vector<double> values = {0.0,      -0.0,      1e-4,      0.00099999995, 0.5,       2.5e-4,
+                                  999999.5, 999999.4,  99999.95,  100000.5,      100001.5,  1.000005,
+                                  123456.5, 1.0 / 3,   1e6,       9.9999e-5,     0.1 + 0.2, 3.25,
+                                  1e15,     123456789, 9999995e-7};
+    for (int i = 0; i < 20000; ++i) {
+        const double digits = static_cast<double>(random() % 20000000);
+        values.push_back(std::ldexp(digits, -static_cast<int>(random() % 40)));
+        values.push_back(-digits / std::pow(10, static_cast<int>(random() % 14)));
+    }
+    for (const double value : values) {
+        char expected[64];
+        snprintf(expected, sizeof expected, "%g", value);
+        ASSERT_EQ(text(TStr::number(value)), expected);
+        snprintf(expected, sizeof expected, random() % 2 == 0 ? "%.15g" : "%.9f", value);
+        bool ok = false;
+        const double back = TStr(expected).toDouble(&ok);
+        ASSERT_TRUE(ok);
+        ASSERT_EQ(std::signbit(back), std::signbit(value));
+        ASSERT_EQ(back, strtod(expected, nullptr)) << expected;
+    }
 }
 
 } // namespace
