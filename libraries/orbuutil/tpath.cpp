@@ -56,7 +56,12 @@ void TPath::initPrivate() {
     }
 }
 
-TPath& TPath::operator=(const TPath& other) { return *this = static_cast<const TStr&>(other); }
+TPath& TPath::operator=(const TPath& other) {
+    if (this != &other) {
+        TStr::operator=(other);
+    }
+    return *this;
+}
 
 TPath& TPath::operator=(const TStr& path) {
     TStr::operator=(path);

@@ -3,6 +3,8 @@
 #include "orbuutil/c_process.h"
 #include "orbuutil/ownersPrivate.h"
 
+#include <utility>
+
 TProcess::TProcess() : mProcess(nullptr) {}
 
 TProcess::TProcess(const TStr& path, const TStr& arguments)
@@ -13,9 +15,8 @@ TProcess::TProcess(int pid) : mProcess(process_from_pid(pid)) {}
 TProcess::TProcess(const TProcess& other) : mProcess(process_from_pid(other.pid())) {}
 
 TProcess& TProcess::operator=(const TProcess& other) {
-    process* const copy = process_from_pid(other.pid());
-    process_uninit(mProcess);
-    mProcess = copy;
+    TProcess copy(other);
+    std::swap(mProcess, copy.mProcess);
     return *this;
 }
 

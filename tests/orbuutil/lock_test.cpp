@@ -6,15 +6,11 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <fcntl.h>
+#include <regex>
 #include <semaphore.h>
 #include <sys/mman.h>
-#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
-#include <vector>
-
-#include <gmock/gmock.h>
 
 namespace {
 
@@ -46,13 +42,10 @@ TEST_F(Lock, Opens) {
     struct {
         bool exists, create, acquire, valid;
         int value;
-        bool counted; // there is a level to release
-    } const rows[] = {
-        {false, false, false, false, -1, false}, {false, true, false, true, 1, false},
-        {false, true, true, true, 0, false}, // the creator holds it without a count
-        {true, false, false, true, 1, false},    {true, true, false, true, 1, false},
-        {true, true, true, true, 0, true},       {true, false, true, true, 0, true},
-    };
+        bool counted; // a creator holds without a level to release
+    } const rows[] = {{false, false, false, false, -1, false}, {false, true, false, true, 1, false},
+                      {false, true, true, true, 0, false},     {true, false, false, true, 1, false},
+                      {true, true, true, true, 0, true},       {true, false, true, true, 0, true}};
     for (auto const& row : rows) {
         SCOPED_TRACE(&row - rows);
         if (row.exists) {
@@ -70,21 +63,17 @@ TEST_F(Lock, Opens) {
     }
 }
 
-TEST_F(Lock, Nests) {
-    TLock lock(name.c_str(), true, false);
-    TLock other(name.c_str(), false, false);
-    EXPECT_TRUE(lock.acquire(0) && lock.acquire(1));
-    EXPECT_FALSE(other.acquireIfAvailable());
-    lock.release();
-    EXPECT_EQ(value(), 0);
-    lock.release();
-    EXPECT_TRUE(other.acquireIfAvailable());
-    EXPECT_DEATH(other.release(),
-                 "lock_release: assertion \"pl->acquired > 0\" failed"); // took it past the count
-}
-
-TEST_F(Lock, FailedAcquireStaysCounted) {
-    TLock holder(name.c_str(), true, true);
+TEST_F(Lock, Counts) {
+    {
+        TLock lock(name.c_str(), true, false);
+        TLock other(name.c_str(), false, false);
+        EXPECT_TRUE(lock.acquire(0) && lock.acquire(1) && !other.acquireIfAvailable());
+        lock.release();
+        EXPECT_EQ(value(), 0);
+        lock.release();
+        EXPECT_TRUE(other.acquireIfAvailable()); // past the count
+        EXPECT_DEATH(other.release(), "lock_release: assertion \"pl->acquired > 0\" failed");
+    }
     for (long timeout : {1L, 250L, -5L}) {
         TLock lock(name.c_str(), false, false);
         EXPECT_FALSE(lock.acquire(timeout));
@@ -94,71 +83,50 @@ TEST_F(Lock, FailedAcquireStaysCounted) {
     EXPECT_EQ(value(), 0); // closing took one level of two
 }
 
-TEST_F(Lock, ClosingGivesBackOneLevel) {
-    for (int levels : {1, 2}) {
-        {
-            TLock lock(name.c_str(), true, false);
-            for (int i = 0; i < levels; ++i) {
-                EXPECT_TRUE(lock.acquire(100));
-            }
-        }
-        EXPECT_EQ(value(), levels == 1 ? 1 : 0);
-    }
-}
-
 TEST_F(Lock, WithoutSemaphore) {
-    for (std::string const& bad : {name, std::string(), std::string("/no/folders"), std::string(300, 'x')}) {
+    for (std::string const& bad : {name, std::string(), std::string("/no/folders")}) {
         SCOPED_TRACE(bad);
         lock* pl = lock_init(bad.c_str(), 1, 1); // counts 1 in spite of the failure
-        EXPECT_TRUE(bad == name ? lock_errno(pl) == ENOENT : lock_errno(pl) != 0);
+        EXPECT_EQ(lock_errno(pl), bad == name ? ENOENT : EINVAL);
         EXPECT_EQ(lock_acquire(pl, 0), 0);
         lock_release(pl);
         lock_release(pl);
         EXPECT_EQ(lock_acquire(pl, 0), -1);
         lock_release(pl);
-        EXPECT_EQ(lock_acquire(pl, 1000), -1);
-        EXPECT_EQ(lock_acquire_if_available(pl), -1);
+        EXPECT_TRUE(lock_acquire(pl, 1000) == -1 && lock_acquire_if_available(pl) == -1);
         lock_destroy(pl);
         lock_uninit(pl);
     }
     EXPECT_FALSE(TLock(TStr::null, true, false).isValid());
 }
 
-std::atomic<int> alarms{0};
-
 TEST_F(Lock, WaitsThroughSignals) {
-    struct sigaction action = {};
+    static std::atomic<int> alarms{0};
+    struct sigaction action = {}; // without SA_RESTART
     action.sa_handler = [](int) { ++alarms; };
-    struct sigaction before;
-    ::sigaction(SIGALRM, &action, &before);
+    ::sigaction(SIGUSR2, &action, nullptr);
     TLock holder(name.c_str(), true, false);
-    ASSERT_TRUE(holder.acquire(0));
     TLock lock(name.c_str(), false, false);
-    pthread_t const waiter = ::pthread_self();
-    std::thread other([&] {
+    ASSERT_TRUE(holder.acquire(0));
+    std::thread other([&, waiter = ::pthread_self()] {
         while (alarms < 20) {
-            ::pthread_kill(waiter, SIGALRM);
+            ::pthread_kill(waiter, SIGUSR2);
             std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
         holder.release();
     });
     EXPECT_TRUE(lock.acquire(0));
-    EXPECT_GE(alarms, 20);
+    EXPECT_GE(alarms.exchange(20), 20);
     other.join();
-    ::sigaction(SIGALRM, &before, nullptr);
 }
 
 TEST_F(Lock, ExcludesProcesses) {
-    constexpr int processes = 4;
-    constexpr int rounds = 100;
     auto* const shared = static_cast<volatile int*>(
         ::mmap(nullptr, sizeof(int), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
-    std::vector<pid_t> children;
-    for (int i = 0; i < processes; ++i) {
-        children.push_back(::fork());
-        if (children.back() == 0) {
+    for (int child = 0; child < 4; ++child) {
+        if (::fork() == 0) {
             TLock lock(name.c_str(), true, false);
-            for (int round = 0; round < rounds; ++round) {
+            for (int round = 0; round < 100; ++round) {
                 bool const held = lock.acquire(round % 2 == 0 ? 0 : 30'000'000);
                 int const seen = *shared;
                 ::sched_yield();
@@ -168,30 +136,26 @@ TEST_F(Lock, ExcludesProcesses) {
             ::_exit(0);
         }
     }
-    for (pid_t child : children) {
-        ::waitpid(child, nullptr, 0);
+    while (::wait(nullptr) > 0) {
     }
-    EXPECT_EQ(*shared, processes * rounds);
-    ::munmap(const_cast<int*>(shared), sizeof(int));
+    EXPECT_EQ(*shared, 400);
 }
 
 TEST_F(Lock, Traces) {
-    auto const traced = [&](bool create) {
-        ::testing::internal::CaptureStdout();
-        lock* pl = lock_init(name.c_str(), create ? 0 : 1, 0);
+    ::testing::internal::CaptureStdout();
+    for (int level : {0, 1}) {
+        Debug = level;
+        lock* pl = lock_init(name.c_str(), 0, 0);
+        lock_destroy(pl);
         lock_destroy(pl);
         lock_uninit(pl);
-        return ::testing::internal::GetCapturedStdout();
-    };
-    EXPECT_EQ(traced(true), "");
-    Debug = 1;
+    }
     std::string const pid = std::to_string(::getpid());
-    EXPECT_THAT(traced(true), ::testing::MatchesRegex(pid + " EACCESS opening semaphore, trying again\n" +
-                                                      pid + " semaphore " + name + ":0x[0-9a-f]+\n" + pid +
-                                                      " lock destroy: 0x[0-9a-f]+ " + name + "\n"));
-    EXPECT_THAT(traced(false),
-                ::testing::EndsWith(pid + " sem_unlink failed with 2:No such file or directory"));
-    EXPECT_THAT(traced(false), ::testing::StartsWith(pid + " EACCESS creating semaphore, fail\n"));
+    std::string const destroyed = pid + " lock destroy: 0x\\w+ " + name + "\n";
+    EXPECT_TRUE(std::regex_match(::testing::internal::GetCapturedStdout(),
+                                 std::regex(pid + " EACCESS opening semaphore, trying again\n" + pid +
+                                            " semaphore " + name + ":0x\\w+\n" + destroyed + destroyed + pid +
+                                            " sem_unlink failed with 2:No such file or directory")));
 }
 
 } // namespace

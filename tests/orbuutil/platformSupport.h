@@ -43,12 +43,11 @@ protected:
 
     std::string in(std::string const& name) const { return mPlace + "/" + name; }
 
-    std::string make(std::string const& name, std::string const& text, bool executable = false) const {
+    // An executable file, with the directories above it.
+    std::string make(std::string const& name, std::string const& text = {}) const {
         std::filesystem::create_directories(std::filesystem::path(in(name)).parent_path());
         std::ofstream(in(name)) << text;
-        if (executable) {
-            std::filesystem::permissions(in(name), std::filesystem::perms::owner_all);
-        }
+        std::filesystem::permissions(in(name), std::filesystem::perms::owner_all);
         return in(name);
     }
 
