@@ -1,0 +1,259 @@
+// How a server comes up, is found, and goes.
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <semaphore.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "qmx/qmxPipeSession.h"
+#include "support/processes.h"
+
+namespace {
+
+class LifeTest : public ProcessTest {
+protected:
+    Child runServer(std::vector<std::string> environment = {}) const {
+        environment.push_back("PROCESS_ARGUMENTS=" + prefix());
+        return Child({serverPath()}, environment);
+    }
+    Client connectWithin(std::chrono::milliseconds limit) const;
+    bool serverUp() const {
+        return eventually([this] { return serverPid() > 0 && fileExists(prefix() + "/0"); });
+    }
+    bool allGone() const {
+        return eventually([this] { return !fileExists(prefix()); });
+    }
+};
+
+TEST_F(LifeTest, ConnectStartsTheServerAndTheNextOneFindsIt) {
+    Client first = connect();
+    ASSERT_TRUE(first);
+    int const server = serverPid();
+    EXPECT_TRUE(fileExists(prefix() + "/" + std::to_string(getpid())));
+    Child second([this] {
+        Client client = connect();
+        QMXPipePacket response;
+        return client && call(*client, "system.listLocales", response) == SendDone ? 0 : 1;
+    });
+    EXPECT_EQ(second.wait(), 0);
+    EXPECT_EQ(serverPid(), server);
+    first.reset();
+    EXPECT_FALSE(fileExists(prefix() + "/" + std::to_string(getpid())));
+}
+
+TEST_F(LifeTest, ADeadServerEndsTheWaitAndTheNextConnectStartsAnother) {
+    setVariable("ORBU_QMX_ANSWERS", "never");
+    Client client = connect();
+    ASSERT_TRUE(client);
+    int const server = serverPid();
+    Child killer([&] {
+        eventually([&] {
+            return fileText(directory() + "/server.log").find("orbu.ErrorDialog") != std::string::npos;
+        });
+        return kill(server, SIGKILL);
+    });
+    QMXPipePacket response;
+    expectError("QMX is unavailable");
+    EXPECT_EQ(call(*client, "orbu.ErrorDialog", response), SendUnavailable);
+    client.reset();
+
+    // FIFO 0, the id file and the semaphore are still there, and the id file is made to name a process that
+    // is gone.
+    EXPECT_TRUE(fileExists(prefix() + "/0"));
+    writeFile(idFile(), std::to_string(server));
+    client = connect();
+    ASSERT_TRUE(client);
+    EXPECT_NE(serverPid(), server);
+    EXPECT_EQ(call(*client, "system.listLocales", response), SendDone);
+}
+
+TEST_F(LifeTest, ADeadClientIsNoticedAtOnce) {
+    setVariable("ORBU_QMX_IDLE", "100ms");
+    // The child is left uncollected, so that a probe of its id still finds it.
+    Child client([this] {
+        Client connected = connect();
+        return ::pause();
+    });
+    ASSERT_TRUE(serverUp());
+    ASSERT_TRUE(eventually(
+        [this] { return fileText(directory() + "/server.log").find("SSID") != std::string::npos; }));
+    client.kill(SIGKILL);
+    // Its FIFO is all that stays.
+    EXPECT_TRUE(eventually([this] { return !fileExists(prefix() + "/0"); }));
+    EXPECT_TRUE(fileExists(prefix() + "/" + std::to_string(client.pid())));
+    expectRemains();
+}
+
+TEST_F(LifeTest, WhatEndsAServer) {
+    Child host([] { return ::pause(); });
+    struct {
+        char const* what;
+        int signal;
+        std::vector<std::string> environment;
+    } const cases[] = {
+        {"SIGTERM", SIGTERM, {"ORBU_QMX_IDLE=never"}},
+        {"SIGINT", SIGINT, {}},
+        {"no client for a while", 0, {"ORBU_QMX_IDLE=50ms"}},
+    };
+    for (auto const& step : cases) {
+        Child server = runServer(step.environment);
+        EXPECT_TRUE(step.signal == 0 || serverUp()) << step.what;
+        if (step.signal != 0) {
+            server.kill(step.signal);
+        }
+        EXPECT_EQ(server.wait(), 0) << step.what;
+        EXPECT_TRUE(allGone()) << step.what;
+        EXPECT_EQ(sem_open(lockName().c_str(), 0), SEM_FAILED) << step.what;
+    }
+
+    std::string const hostPrefix = directory() + "/QMX" + std::to_string(host.pid());
+    Child server({serverPath()}, {"PROCESS_ARGUMENTS=" + hostPrefix, "ORBU_QMX_IDLE=never"});
+    ASSERT_TRUE(eventually([&] { return fileExists(hostPrefix + "/.serverpid"); }));
+    host.kill(SIGKILL);
+    EXPECT_EQ(server.wait(), 0);
+    EXPECT_FALSE(fileExists(hostPrefix));
+}
+
+TEST_F(LifeTest, ASecondServerLeavesTheFirstOneAlone) {
+    Client client = connect();
+    ASSERT_TRUE(client);
+    int const server = serverPid();
+    EXPECT_EQ(runServer().wait(), 3);
+    EXPECT_EQ(serverPid(), server);
+    QMXPipePacket response;
+    EXPECT_EQ(call(*client, "system.listLocales", response), SendDone);
+}
+
+TEST_F(LifeTest, ServersThatStartTogetherAgreeOnOne) {
+    std::vector<Child> servers;
+    for (int i = 0; i < 4; ++i) {
+        servers.push_back(runServer());
+    }
+    int refused = 0;
+    for (Child& server : servers) {
+        if (eventually([&] { return serverPid() > 0; }) && serverPid() != server.pid()) {
+            refused += server.wait() == 3;
+        }
+    }
+    EXPECT_EQ(refused, 3);
+    EXPECT_EQ(::kill(serverPid(), SIGTERM), 0);
+    EXPECT_TRUE(allGone());
+}
+
+// A client that gives up after a while: the server that it started may have left in favour of another one.
+struct Deadline {
+    std::chrono::steady_clock::time_point end;
+    QMXPipeNamedConduit* conduit = nullptr;
+
+    static void check(void* context) {
+        auto const* const self = static_cast<Deadline*>(context);
+        if (std::chrono::steady_clock::now() >= self->end) {
+            self->conduit->terminate(false);
+            self->conduit->defaultSession()->cancelWait();
+        }
+    }
+};
+
+ProcessTest::Client LifeTest::connectWithin(std::chrono::milliseconds limit) const {
+    Deadline deadline{std::chrono::steady_clock::now() + limit};
+    Client client(QMXPipeNamedConduit::connect(serverPath().c_str(), prefix().c_str(), 1000000,
+                                               Deadline::check, &deadline, &deadline.conduit));
+    if (client && client->hasTerminated()) {
+        return nullptr;
+    }
+    if (client) {
+        client->setProcessEventsCallback(nullptr, nullptr);
+    }
+    return client;
+}
+
+// A server that is told to end while clients come and go: nobody waits for somebody else, whoever holds the
+// lock.
+TEST_F(LifeTest, EndingAndConnectingNeverWaitForEachOther) {
+    std::vector<Child> clients;
+    for (int i = 0; i < 4; ++i) {
+        clients.emplace_back([this] {
+            int answered = 0;
+            for (int round = 0; round < 10; ++round) {
+                Client client = connectWithin(std::chrono::seconds(2));
+                QMXPipePacket response;
+                answered += client && call(*client, "system.listLocales", response) == SendDone;
+                QMXBase::setLogSink(nullptr, nullptr);
+            }
+            return answered > 0 ? 0 : 1;
+        });
+    }
+    Child ender([this] {
+        for (int round = 0; round < 10; ++round) {
+            int const server = serverPid();
+            if (eventually([&] { return serverPid() > 0 && serverPid() != server; },
+                           std::chrono::milliseconds(200))) {
+                ::kill(serverPid(), SIGTERM);
+            }
+        }
+        return 0;
+    });
+    for (Child& client : clients) {
+        EXPECT_EQ(client.wait(), 0);
+    }
+    EXPECT_EQ(ender.wait(), 0);
+}
+
+TEST_F(LifeTest, Programs) {
+    std::string const launcher = serverPath().substr(0, serverPath().rfind('/')) + "/qmxopen";
+    struct {
+        std::vector<std::string> command;
+        int code;
+    } const cases[] = {
+        {{serverPath(), "--help"}, 0},
+        {{serverPath(), "--version"}, 0},
+        {{serverPath()}, 2},
+        {{serverPath(), "x"}, 2},
+        {{launcher}, 2},
+        {{launcher, directory() + "/none"}, 127},
+        {{launcher, directory()}, 126},
+        {{launcher, "/bin/sh", "-c", "test \"$PROCESS_ARGUMENTS\" = 'a b'; exit $?"}, 0},
+    };
+    for (auto const& step : cases) {
+        bool const sh = step.command.size() > 2;
+        Child child(step.command, {sh ? "PROCESS_ARGUMENTS=a b" : "PROCESS_ARGUMENTS="});
+        EXPECT_EQ(child.wait(), step.code) << step.command.back();
+    }
+    EXPECT_EQ(Child({serverPath()}, {"PROCESS_ARGUMENTS=" + prefix(), "ORBU_QMX_IDLE=soon"}).wait(), 2);
+}
+
+// Every answer reaches its own client. ORBU_STRESS=200x100 runs the full load.
+TEST_F(LifeTest, ManyClientsAtOnce) {
+    char const* const load = std::getenv("ORBU_STRESS");
+    int clients = 12;
+    int requests = 20;
+    if (load != nullptr) {
+        ASSERT_EQ(std::sscanf(load, "%dx%d", &clients, &requests), 2);
+    }
+    auto const begin = std::chrono::steady_clock::now();
+    Client anchor = connect();
+    ASSERT_TRUE(anchor);
+    std::vector<Child> children;
+    for (int i = 0; i < clients; ++i) {
+        children.emplace_back([this, i, requests] {
+            Client client = connect();
+            int wrong = client ? 0 : 1;
+            for (int k = 0; client && k < requests; ++k) {
+                QMXPipePacket response;
+                long const mark = i * 1000L + k;
+                wrong += call(*client, "qmx.MessageBox", response, mark) != SendDone ||
+                         response.attributeAsLong("selected_button") != mark;
+            }
+            return wrong > 100 ? 100 : wrong;
+        });
+    }
+    for (Child& child : children) {
+        EXPECT_EQ(child.wait(), 0);
+    }
+    RecordProperty("milliseconds", static_cast<int>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                                        std::chrono::steady_clock::now() - begin)
+                                                        .count()));
+}
+
+} // namespace

@@ -1,0 +1,253 @@
+#include "support/processes.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <poll.h>
+#include <semaphore.h>
+#include <sys/prctl.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "qmx/qmxBase.h"
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+namespace fs = std::filesystem;
+
+sigset_t pipeSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    return signals;
+}
+
+} // namespace
+
+bool eventually(std::function<bool()> const& condition, std::chrono::milliseconds limit) {
+    for (auto const end = Clock::now() + limit; !condition(); ::usleep(1000)) {
+        if (Clock::now() >= end) {
+            return condition();
+        }
+    }
+    return true;
+}
+
+bool fileExists(std::string const& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+std::string fileText(std::string const& path) {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+}
+
+void writeFile(std::string const& path, std::string const& text) {
+    std::ofstream(path, std::ios::trunc) << text;
+}
+
+Child::Child(std::function<int()> const& body) : pid_(::fork()) {
+    if (pid_ == 0) {
+        ::_exit(body());
+    }
+}
+
+Child::Child(std::vector<std::string> arguments, std::vector<std::string> const& environment)
+    : pid_(::fork()) {
+    if (pid_ == 0) {
+        std::vector<char*> argv;
+        for (std::string& argument : arguments) {
+            argv.push_back(argument.data());
+        }
+        argv.push_back(nullptr);
+        for (std::string const& entry : environment) {
+            size_t const sign = entry.find('=');
+            ::setenv(entry.substr(0, sign).c_str(), entry.substr(sign + 1).c_str(), 1);
+        }
+        ::execv(argv[0], argv.data());
+        ::_exit(125);
+    }
+}
+
+void Child::end() {
+    if (pid_ > 0) {
+        ::kill(pid_, SIGKILL);
+        ::waitpid(pid_, nullptr, 0);
+        pid_ = 0;
+    }
+}
+
+void Child::kill(int signal) const {
+    if (pid_ > 0) {
+        ::kill(pid_, signal);
+    }
+}
+
+int Child::wait() {
+    int status = 0;
+    if (!eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; }, std::chrono::seconds(60))) {
+        ADD_FAILURE() << "child " << pid_ << " does not end";
+        return -1;
+    }
+    pid_ = 0;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+RawPeer::RawPeer(std::string const& prefix, int own, int partner)
+    : input_(prefix + "/" + std::to_string(own)), output_(prefix + "/" + std::to_string(partner)) {
+    ::mkdir(prefix.c_str(), 0770);
+    ::mkfifo(input_.c_str(), 0700);
+    reader_ = ::open(input_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    reach();
+}
+
+RawPeer::~RawPeer() {
+    ::close(reader_);
+    ::close(writer_);
+    ::unlink(input_.c_str());
+}
+
+bool RawPeer::reach() {
+    if (writer_ < 0) {
+        writer_ = ::open(output_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+    }
+    return writer_ >= 0;
+}
+
+void RawPeer::send(std::string const& bytes) {
+    EXPECT_TRUE(reach()) << output_;
+    size_t done = 0;
+    EXPECT_TRUE(eventually([&] {
+        ssize_t const sent = ::write(writer_, bytes.data() + done, bytes.size() - done);
+        done += sent > 0 ? static_cast<size_t>(sent) : 0;
+        return done == bytes.size();
+    }));
+}
+
+std::string RawPeer::receive(std::chrono::milliseconds limit) {
+    size_t end = std::string::npos;
+    eventually(
+        [&] {
+            char buffer[4096];
+            ssize_t const got = ::read(reader_, buffer, sizeof buffer);
+            if (got > 0) {
+                pending_.append(buffer, static_cast<size_t>(got));
+            }
+            end = pending_.find('\n');
+            return end != std::string::npos;
+        },
+        limit);
+    std::string const line = pending_.substr(0, end == std::string::npos ? 0 : end);
+    pending_.erase(0, end == std::string::npos ? 0 : end + 1);
+    return line;
+}
+
+void ProcessTest::SetUp() {
+    sigset_t const signals = pipeSignal();
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    std::string name = (fs::temp_directory_path() / "orbu-XXXXXX").string();
+    ASSERT_NE(::mkdtemp(name.data()), nullptr);
+    directory_ = name;
+    // The last component names the lock, so it has to be the test's own; a number at its end would name a
+    // host.
+    prefix_ = directory_ + "/" + fs::path(directory_).filename().string() + "-server";
+    setVariable("ORBU_QMX_LOG", directory_ + "/server.log");
+    // Whatever a sanitizer says in a daemon is looked for here.
+    for (char const* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
+        char const* const former = ::getenv(options);
+        setVariable(options, (former != nullptr ? std::string(former) + ":" : "") + "log_path=" + directory_ +
+                                 "/sanitizer");
+    }
+    ::prctl(PR_SET_CHILD_SUBREAPER, 1);
+    QMXBase::setLogSink(log, this);
+}
+
+void ProcessTest::TearDown() {
+    endServer();
+    QMXBase::setLogSink(nullptr, nullptr);
+    for (std::string const& error : errors_) {
+        bool known = false;
+        for (std::string const& part : expected_) {
+            known = known || error.find(part) != std::string::npos;
+        }
+        EXPECT_TRUE(known) << "logged: " << error;
+    }
+    for (auto const& entry : fs::directory_iterator(directory_)) {
+        if (entry.path().filename().string().rfind("sanitizer", 0) == 0) {
+            ADD_FAILURE() << fileText(entry.path());
+        }
+    }
+    if (HasFailure()) {
+        std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(directory_ + "/server.log");
+    }
+    for (auto entry = variables_.rbegin(); entry != variables_.rend(); ++entry) {
+        entry->second.empty() ? ::unsetenv(entry->first.c_str())
+                              : ::setenv(entry->first.c_str(), entry->second.c_str(), 1);
+    }
+    struct timespec const now = {};
+    sigset_t const signals = pipeSignal();
+    sigtimedwait(&signals, nullptr, &now);
+    pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
+    ::sem_unlink(lockName().c_str());
+    fs::remove_all(directory_);
+}
+
+void ProcessTest::endServer() {
+    // Daemons are inherited by this process: the last one is gone when there is no child left.
+    EXPECT_TRUE(eventually([this] {
+        if (int const server = serverPid(); server > 1 && server != ::getpid()) {
+            ::kill(server, SIGTERM);
+        }
+        while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+        }
+        return errno == ECHILD;
+    })) << "the server "
+        << serverPid() << " does not end";
+    if (!remains_ && fileExists(prefix_)) {
+        for (auto const& entry : fs::directory_iterator(prefix_)) {
+            ADD_FAILURE() << "left behind: " << entry.path();
+        }
+    }
+}
+
+std::string ProcessTest::lockName() const { return "/" + fs::path(prefix_).filename().string() + ".lock"; }
+
+int ProcessTest::serverPid() const { return std::atoi(fileText(idFile()).c_str()); }
+
+std::string ProcessTest::serverPath() {
+    if (char const* const path = ::getenv("ORBU_TEST_SERVER")) {
+        return path;
+    }
+    return fs::read_symlink("/proc/self/exe").parent_path().parent_path() /
+           "lib/orbu/R31/QMX.app/Contents/MacOS/QMX";
+}
+
+ProcessTest::Client ProcessTest::connect(long timeout) const {
+    return Client(QMXPipeNamedConduit::connect(TStr(serverPath().c_str()), TStr(prefix_.c_str()), timeout));
+}
+
+void ProcessTest::setVariable(std::string const& name, std::string const& value) {
+    char const* const former = ::getenv(name.c_str());
+    variables_.emplace_back(name, former != nullptr ? former : "");
+    ::setenv(name.c_str(), value.c_str(), 1);
+}
+
+void ProcessTest::log(QMXLogLevel level, TStr const& message, void* context) {
+    auto* const test = static_cast<ProcessTest*>(context);
+    test->log_ += std::to_string(::getpid()) + " " + message.toUtf8() + "\n";
+    if (level == QMXLogError) {
+        test->errors_.emplace_back(message.toUtf8());
+    }
+}
+
+long call(QMXPipeNamedConduit& conduit, char const* name, QMXPipePacket& response, long focus) {
+    QMXPipePacket request(TStr(name), nullptr, QMXPipe::Synchronous);
+    if (focus >= 0) {
+        request.setAttribute(TStr("focus_button_index"), focus);
+    }
+    return conduit.send(&request, &response, 0);
+}
