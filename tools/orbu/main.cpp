@@ -1,0 +1,172 @@
+// orbu: requests to the companion server from the command line.
+#include "attributes.h"
+#include "duration.h"
+#include "exitCodes.h"
+#include "qmx/qmxPipeNamedConduit.h"
+#include "terminal.h"
+#include "verbs.h"
+
+#include <CLI/CLI.hpp>
+
+#include <clocale>
+#include <csignal>
+
+namespace {
+
+constexpr char kVersion[] = "orbu " ORBU_VERSION;
+constexpr char kDefaultTimeout[] = "30s";
+
+constexpr char kFooter[] = R"(Exit codes:
+  0 done                           4 no answer within --timeout
+  1 the answer is no               6 refused or failed
+  2 wrong usage                    7 a value or a recorded line cannot be read
+  3 no server, none to be started  130 interrupted
+
+Data goes to standard output, everything else to standard error. NO_COLOR is respected.
+
+Examples:
+  orbu locales
+  orbu call system.listFacilities --json
+  orbu VERB --help)";
+
+constexpr char kCallExamples[] =
+    R"(Attributes: key=text gives a string; key:=JSON a long (2), a double (1.5), a boolean (true), a list of
+strings (["a","b"]), or a dictionary ({"k":1}). The answer's attributes are printed in wire order.
+
+Examples:
+  orbu call system.listLocales
+  orbu call orbu.ErrorDialog selector=ErrorDialogBase caption=Demo title="Disk full" icon:=3
+  orbu call --prefix /tmp/mine --timeout 500ms --json qmx.MessageBox title=Sure? button_0=Yes button_1=No
+  orbu call --trace system.listFacilities 2>record)";
+
+constexpr char kListExamples[] = R"(Examples:
+  orbu list
+  orbu list --prefix /tmp/mine --json)";
+
+constexpr char kIntrospectExamples[] = R"(Examples:
+  orbu introspect orbu
+  orbu introspect system --json)";
+
+constexpr char kLocalesExamples[] = R"(Examples:
+  orbu locales
+  orbu locales --json)";
+
+constexpr char kReplayExamples[] =
+    R"(FILE is what --trace wrote to standard error: the lines that begin with "> " are sent again, in a conversation of
+their own with its own ids. What begins otherwise, connecting, ending and answers are passed over.
+
+Examples:
+  orbu call --trace system.listLocales 2>record
+  orbu replay record
+  orbu list --trace 2>&1 >/dev/null | orbu replay -)";
+
+struct Arguments {
+    Options options;
+    std::string name;
+    std::vector<std::string> attributes;
+    std::string facility;
+    std::string file;
+};
+
+CLI::App* add_verb(CLI::App& app, Arguments& to, char const* name, char const* what, char const* examples) {
+    CLI::App* const verb = app.add_subcommand(name, what);
+    verb->footer(examples);
+    verb->add_option("--prefix", to.options.place.prefix,
+                     "Folder where client and server meet (default: one of this process's own)")
+        ->type_name("DIR")
+        ->check([](std::string const& text) { return text.empty() ? "the prefix is empty" : ""; }, "");
+    verb->add_option(
+            "--server", to.options.place.server,
+            "Server to start if none runs under the prefix (default: the companion beside this program)")
+        ->type_name("PATH");
+    verb->add_option_function<std::string>(
+            "--timeout",
+            [&to](std::string const& text) {
+                auto const duration = parse_duration(text);
+                if (!duration) {
+                    throw CLI::ValidationError("--timeout", "\"" + text + "\" is no time like 500ms or 20s");
+                }
+                to.options.timeout = *duration;
+            },
+            std::string("Limit for all of it, from connecting to the last answer (default: ") +
+                kDefaultTimeout + ")")
+        ->type_name("DURATION");
+    verb->add_flag("--json", to.options.json, "Print typed values as JSON");
+    verb->add_flag(
+        "--trace", to.options.trace,
+        "Show each line as on the wire on standard error: \"> \" out, \"< \" in (see orbu replay)");
+    return verb;
+}
+
+int run(int argc, char** argv) {
+    Arguments arguments;
+    arguments.options.timeout = *parse_duration(kDefaultTimeout);
+    std::function<int()> action;
+    Options const& options = arguments.options;
+
+    CLI::App app("Requests to the companion server, which is started if it does not run.", "orbu");
+    app.set_version_flag("--version", kVersion);
+    app.require_subcommand(0, 1);
+    app.footer(kFooter);
+    app.get_formatter()->column_width(24);
+
+    CLI::App* verb = add_verb(app, arguments, "call", "Send a request and print the answer", kCallExamples);
+    verb->add_option("NAME", arguments.name, "The request, as facility.code")->required();
+    verb->add_option("ATTRIBUTE", arguments.attributes, "key=text or key:=JSON")->type_name("");
+    verb->callback([&] { action = [&] { return call(options, arguments.name, arguments.attributes); }; });
+
+    verb = add_verb(app, arguments, "list", "List the server's facilities", kListExamples);
+    verb->callback([&] { action = [&] { return list_facilities(options); }; });
+
+    verb = add_verb(app, arguments, "introspect", "List the codes of a facility", kIntrospectExamples);
+    verb->add_option("FACILITY", arguments.facility, "The facility's name")->required();
+    verb->callback([&] { action = [&] { return introspect(options, arguments.facility); }; });
+
+    verb = add_verb(app, arguments, "locales", "List the locales that the server admits", kLocalesExamples);
+    verb->callback([&] { action = [&] { return list_locales(options); }; });
+
+    verb = add_verb(app, arguments, "replay", "Send the requests of a recorded conversation again",
+                    kReplayExamples);
+    verb->add_option("FILE", arguments.file, "The record; - is standard input")->required();
+    verb->callback([&] { action = [&] { return replay(options, arguments.file); }; });
+
+    try {
+        app.parse(argc, argv);
+    } catch (CLI::ParseError const& error) {
+        return app.exit(error) == 0 ? ExitDone : ExitUsage;
+    }
+
+    if (!action) {
+        tell("say what to do; see orbu --help");
+        return ExitUsage;
+    }
+    Place& place = arguments.options.place;
+    place.own_prefix = place.prefix.empty();
+    if (place.own_prefix) {
+        place.prefix = bytes_of(QMXPipeNamedConduit::defaultPipePrefix("QMX"));
+    }
+    if (place.server.empty()) {
+        place.server = default_server();
+    }
+    return action();
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    occupy_standard_descriptors();
+    // A server or a reader of ours that goes away shows as an error of the write, not as our death.
+    sigset_t pipe;
+    sigemptyset(&pipe);
+    sigaddset(&pipe, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+    try {
+        return run(argc, argv);
+    } catch (Failure const& failure) {
+        tell(failure.what());
+        return failure.code();
+    } catch (std::exception const& error) {
+        tell(error.what());
+        return ExitFailed;
+    }
+}
