@@ -1,0 +1,375 @@
+"""Runs the real orbu in real situations: against the companion, and against a server in Python that misbehaves on request.
+
+ORBU_TEST_BIN is the folder of the programs under test, ORBU_TEST_SERVER the companion. Each test has a prefix of its own and
+leaves no process, FIFO, semaphore or file behind, which is checked after each.
+"""
+import json
+import os
+import pathlib
+import pty
+import shutil
+import signal
+import subprocess
+import sys
+import tempfile
+import time
+import unittest
+
+WIRE = pathlib.Path(__file__).resolve().parent.parent / "wire"
+sys.path.insert(0, str(WIRE))
+from wire import NamedLock, server_pid, wait_for  # noqa: E402
+
+ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
+COMPANION = os.environ["ORBU_TEST_SERVER"]
+PYTHON_SERVER = str(WIRE / "server.py")
+SECONDS = 60  # for what is expected to happen
+DONE, NEGATIVE, USAGE, NO_SERVER, TIME_LIMIT, FAILED, BAD_DATA, INTERRUPTED = 0, 1, 2, 3, 4, 6, 7, 130
+
+
+def alive(pid):
+    try:
+        os.kill(pid, 0)
+        with open(f"/proc/{pid}/stat", encoding="ascii") as file:
+            return file.read().rsplit(")", 1)[1].split()[0] != "Z"
+    except (ProcessLookupError, FileNotFoundError):
+        return False
+
+
+def semaphores():
+    return {name for name in os.listdir("/dev/shm") if name.startswith("sem.")}
+
+
+class OrbuTest(unittest.TestCase):
+    server = PYTHON_SERVER
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.prefix = os.path.join(self.folder, f"orbu{os.getpid()}x")
+        self.addCleanup(self.end_server)
+
+    def end_server(self):
+        """Ends what serves the prefix, and sees that nothing of it is left."""
+        pid = server_pid(self.prefix)
+        if pid:
+            os.kill(pid, signal.SIGCONT)
+            os.kill(pid, signal.SIGTERM)
+            wait_for(lambda: not alive(pid), SECONDS, "the server's end")
+        if not self.leaves_files:
+            lock = f"sem.{os.path.basename(self.prefix)}.lock"
+            wait_for(lambda: not os.listdir(self.folder) and lock not in semaphores(), SECONDS, "an empty folder")
+        NamedLock(self.prefix).unlink()
+
+    leaves_files = False  # set by tests that kill the server
+
+    def fifos(self):
+        """The FIFOs of clients."""
+        names = os.listdir(self.prefix) if os.path.isdir(self.prefix) else []
+        return [name for name in names if name.isdigit() and name != "0"]
+
+    def command(self, *arguments, server=None):
+        verb, *rest = arguments
+        return [ORBU, verb, "--prefix", self.prefix, "--server", server or self.server, *rest]
+
+    def orbu(self, *arguments, code=DONE, server=None, **options):
+        result = subprocess.run(self.command(*arguments, server=server), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                text=True, timeout=SECONDS, check=False, **options)
+        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+        self.assertEqual(self.fifos(), [])
+        if code == DONE and "--trace" not in arguments:
+            self.assertEqual(result.stderr, "")
+        return result
+
+    def begin(self, *arguments, **options):
+        """Starts orbu and waits until its request is under way."""
+        process = subprocess.Popen(self.command(*arguments, "--trace"), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                   text=True, **options)
+        self.addCleanup(lambda: process.poll() is None and process.kill())
+        for line in process.stderr:
+            if line.startswith("> ") and "cndCnct" not in line:
+                return process
+        self.fail("no request went out")
+
+    def finish(self, process, code):
+        output, talk = process.communicate(timeout=SECONDS)
+        self.assertEqual(process.returncode, code, talk)
+        self.assertEqual(self.fifos(), [])
+        return output, talk
+
+
+class CompanionTest(OrbuTest):
+    """Against the real companion."""
+    server = COMPANION
+
+    def test_starts_the_companion_once(self):
+        locales = self.orbu("locales").stdout.split()
+        self.assertEqual(len(locales), 16)
+        self.assertEqual(locales[0], "ru_RU")
+        first = server_pid(self.prefix)
+        self.assertEqual(self.orbu("list").stdout, "qmx\norbu\n")
+        self.assertEqual(json.loads(self.orbu("list", "--json").stdout), ["qmx", "orbu"])
+        self.assertEqual(self.orbu("introspect", "qmx").stdout, "MessageBox\n")
+        self.assertIn("cndCnct\n", self.orbu("introspect", "system").stdout)
+        self.assertEqual(self.orbu("introspect", "nosuch", code=NEGATIVE).stdout, "")
+        self.assertEqual(self.orbu("call", "system.index", "--json").stdout.splitlines()[1], '  "RCOD": "index",')
+        self.assertEqual(server_pid(self.prefix), first)
+
+    def test_own_prefix(self):
+        # Server and prefix by default: the server goes when its host is gone.
+        process = subprocess.Popen([ORBU, "call", "system.listFacilities"], stdout=subprocess.PIPE, text=True)
+        self.assertIn('FLST=["qmx","orbu"]\n', process.communicate(timeout=SECONDS)[0])
+        self.assertEqual(process.returncode, DONE)
+        left = f"/var/tmp/QMX{process.pid}"
+        wait_for(lambda: not os.path.exists(left) and f"sem.QMX{process.pid}.lock" not in semaphores(), SECONDS,
+                 "the companion's end")
+
+    def test_stopped_companion(self):
+        self.orbu("list")
+        os.kill(server_pid(self.prefix), signal.SIGSTOP)
+        before = time.monotonic()
+        self.orbu("list", "--timeout", "300ms", code=TIME_LIMIT)
+        self.assertLess(time.monotonic() - before, 5)
+        os.kill(server_pid(self.prefix), signal.SIGCONT)
+        self.orbu("list")
+
+
+class AnswerTest(OrbuTest):
+    """What goes out and what is printed."""
+
+    def test_typed_attributes_there_and_back(self):
+        given = ["text=a b=c", "empty=", "number:=-7", "double:=1.5", "yes:=true", 'list:=["a b","ü",""," "]',
+                 'inner:={"k":"v w","n":1,"none":[]}', "quoted:=\"x\""]
+        answer = json.loads(self.orbu("call", "demo.echo", *given, "--json").stdout)
+        pid = answer.pop("CPID")
+        self.assertEqual(pid, server_pid(self.prefix))
+        self.assertEqual(answer, {
+            "text": "a b=c", "empty": "", "number": -7, "double": 1.5, "yes": True, "list": ["a b", "ü", "", " "],
+            "inner": {"k": "v w", "n": 1, "none": []}, "quoted": "x", "RCOD": "echo", "RSCD": 0})
+
+    def test_plain_text_in_wire_order(self):
+        self.orbu("list")
+        self.assertEqual(self.orbu("call", "demo.types").stdout, "\n".join([
+            'list=["a b","c"]', "number=-7", "double=1.5", "RCOD=types", 'dictionary={"k":"v w","n":1}',
+            "text=a\\tb \\\\ ü", "RSCD=0", "yes=true", "empty=", f"CPID={server_pid(self.prefix)}", ""]))
+
+    def test_what_is_lost_is_told(self):
+        result = subprocess.run(self.command("call", "demo.echo", "pi:=3.14159265", 'list:=["a",""]'), text=True,
+                                capture_output=True, timeout=SECONDS, check=False)
+        self.assertEqual(result.returncode, DONE)
+        self.assertIn("pi=3.14159\n", result.stdout)
+        self.assertIn("six significant digits", result.stderr)
+        self.assertIn("empty item", result.stderr)
+
+    def test_answers_that_are_none_or_no(self):
+        for code, wanted in [("no", NEGATIVE), ("broken", BAD_DATA), ("other", FAILED)]:
+            with self.subTest(code):
+                self.orbu("call", f"demo.{code}", code=wanted)
+
+    def test_ending_the_session_by_hand(self):
+        self.orbu("call", "system.cndTerm")
+        self.orbu("list")
+
+    def test_trace_and_replay(self):
+        record = os.path.join(self.folder, "record")
+        self.orbu("list")
+        first = self.orbu("call", "demo.echo", "--trace", "text=a b", 'list:=["x"]')
+        with open(record, "w", encoding="utf-8") as file:
+            file.write("# a comment\n" + first.stderr)
+        lines = first.stderr.splitlines()
+        self.assertEqual([line[:2] for line in lines], ["> ", "< "] * 3)
+        self.assertRegex(lines[2], r"^> 65536;demo\.echo;\d+;10;0;2;list=j!231!3ax;text=ha!20b;CPID=d\d+$")
+        again = self.orbu("replay", record, "--trace")
+        self.assertEqual(again.stdout, first.stdout)
+        sent, repeated = (text.stderr.splitlines()[2].split(";") for text in (first, again))
+        self.assertNotEqual(sent.pop(), repeated.pop(), "the recorded process id is sent again")
+        self.assertEqual(sent[4:], repeated[4:])
+        os.unlink(record)
+
+    def test_records_that_cannot_be_replayed(self):
+        for record in ["", "< 65536;system.listLocales;0;0;0;2\n", "> 65537;system.listLocales;0;0;0;2\n",
+                       "> 65536;system.listLocales;0;0;0;2;k=zoops\n", "> 65536;system.listLocales;0;0;0;2;junk\n",
+                       "> 65536;system.cndTerm;0;0;0;2\n"]:
+            with self.subTest(record):
+                self.orbu("replay", "-", input=record, code=BAD_DATA)
+        self.orbu("replay", os.path.join(self.folder, "nosuch"), code=BAD_DATA)
+
+
+class CommandLineTest(OrbuTest):
+    """What is refused before anything is started."""
+
+    def test_wrong_usage_and_bad_data(self):
+        call = ("call", "system.listLocales")
+        for code, *arguments in [
+                (USAGE, "call"), (USAGE, "call", "noname"), (USAGE, "call", ".x"), (USAGE, "call", "x."),
+                (USAGE, "call", "a;b.c"), (USAGE, "nosuch"), (USAGE, *call, "key"), (USAGE, *call, "=value"),
+                (USAGE, *call, "a.b=c"), (USAGE, *call, "a,b=c"), (USAGE, *call, "--nosuch"),
+                (USAGE, *call, "--timeout", "5"), (USAGE, *call, "--timeout", "0s"), (USAGE, *call, "--timeout", "-1s"),
+                (USAGE, *call, "--timeout", "1 s"), (USAGE, *call, "--timeout", "1e3s"), (USAGE, *call, "--timeout", ""),
+                (BAD_DATA, *call, "k:=tru"), (BAD_DATA, *call, "k:="), (BAD_DATA, *call, "k:=null"),
+                (BAD_DATA, *call, "k:=[1]"), (BAD_DATA, *call, "k:=9223372036854775808"),
+                (BAD_DATA, *call, "k:=99999999999999999999"), (BAD_DATA, *call, "k:=1e999"),
+                (BAD_DATA, *call, b"k=\xff"), (BAD_DATA, *call, 'k:="a\\u0000b"'),
+                (NO_SERVER, *call)]:
+            with self.subTest(arguments):
+                result = self.orbu(*arguments, code=code, server="/nosuch")
+                self.assertEqual(result.stdout, "")
+                self.assertNotEqual(result.stderr, "")
+                self.assertNotIn("\033", result.stderr)
+        self.assertFalse(os.path.exists(self.prefix))
+
+    def test_help_and_version(self):
+        for verb in [[], ["call"], ["list"], ["introspect"], ["locales"], ["replay"]]:
+            with self.subTest(verb):
+                text = subprocess.run([ORBU, *verb, "--help"], capture_output=True, text=True, check=True).stdout
+                self.assertIn("Examples:\n  orbu ", text)
+        version = subprocess.run([ORBU, "--version"], capture_output=True, text=True, check=True).stdout
+        self.assertRegex(version, r"^orbu \d+\.\d+\.\d+\n$")
+
+    def test_colour_on_a_terminal_only(self):
+        for extra, wanted in [({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)]:
+            master, terminal = pty.openpty()
+            subprocess.run(self.command("call", "noname"), stderr=terminal, timeout=SECONDS, check=False,
+                           env={**os.environ, "TERM": "xterm", **extra})
+            self.assertEqual(b"\033[" in os.read(master, 4096), wanted, extra)
+            os.close(master)
+            os.close(terminal)
+
+    def test_output_that_nobody_takes(self):
+        reading, writing = os.pipe()
+        os.close(reading)
+        for descriptor, code in [(writing, DONE), (os.open("/dev/full", os.O_WRONLY), FAILED)]:
+            result = subprocess.run(self.command("list"), stdout=descriptor, stderr=subprocess.PIPE, text=True,
+                                    timeout=SECONDS, check=False)
+            os.close(descriptor)
+            self.assertEqual(result.returncode, code, result.stderr)
+            self.assertEqual(result.stderr == "", code == DONE)
+        closed = subprocess.run(["sh", "-c", 'exec "$@" >&-', "sh", *self.command("list")], stderr=subprocess.PIPE,
+                                timeout=SECONDS, check=False)
+        self.assertEqual(closed.returncode, FAILED)
+        self.assertEqual(self.fifos(), [])
+
+
+class LimitTest(OrbuTest):
+    """Every state in which an answer may fail to come ends in time, and with nothing left."""
+
+    def limited(self, *arguments, limit=0.4, code=TIME_LIMIT, **options):
+        before = time.monotonic()
+        result = self.orbu(*arguments, "--timeout", f"{int(limit * 1000)}ms", code=code, **options)
+        took = time.monotonic() - before
+        self.assertGreaterEqual(took, limit * 0.9)
+        self.assertLess(took, limit + 5)
+        return result
+
+    def test_no_answer(self):
+        self.orbu("list")
+        self.limited("call", "demo.never")
+        self.limited("call", "demo.nosuch")
+        # More than the FIFO takes at once: it arrives in pieces, which are lines of their own.
+        self.assertIn("may not arrive whole", self.limited("call", "demo.never", "big=" + "x" * 100000).stderr)
+        self.orbu("list")
+
+    def test_stopped_server_with_a_full_fifo(self):
+        self.orbu("list")
+        os.kill(server_pid(self.prefix), signal.SIGSTOP)
+        filler = os.open(os.path.join(self.prefix, "0"), os.O_WRONLY | os.O_NONBLOCK)
+        with self.assertRaises(BlockingIOError):
+            while True:
+                os.write(filler, b"\n" * 4096)
+        os.close(filler)
+        self.limited("list")
+
+    def test_refused_handshake(self):
+        server = subprocess.Popen([PYTHON_SERVER], env={**os.environ, "DEMO_HANDSHAKE": "refuse",
+                                                        "PROCESS_ARGUMENTS": self.prefix})
+        self.addCleanup(server.wait, SECONDS)
+        self.addCleanup(self.end_server)
+        wait_for(lambda: server_pid(self.prefix), SECONDS, "the server")
+        self.limited("list")
+
+    def test_lock_that_is_never_given_back(self):
+        self.orbu("list")
+        lock = NamedLock(self.prefix)
+        lock.acquire(SECONDS)
+        self.assertIn("lock", self.limited("list").stderr)
+        lock.release()
+        lock.close()
+
+    def test_lock_taken_while_a_server_comes_up(self):
+        # The library then waits for the lock without a limit and without a round.
+        slow, started = os.path.join(self.folder, "slow"), self.prefix + ".started"
+        with open(slow, "w", encoding="ascii") as file:
+            file.write('#!/bin/sh\necho $$ >"$PROCESS_ARGUMENTS.new"\n'
+                       'mv "$PROCESS_ARGUMENTS.new" "$PROCESS_ARGUMENTS.started"\nexec sleep 60\n')
+        os.chmod(slow, 0o755)
+        process = subprocess.Popen(self.command("list", "--timeout", "4s", server=slow), stderr=subprocess.PIPE, text=True)
+        wait_for(lambda: os.path.exists(started), SECONDS, "the program's start")
+        lock = NamedLock(self.prefix)
+        lock.acquire(SECONDS)
+        self.finish(process, TIME_LIMIT)
+        with self.assertRaises(TimeoutError):
+            lock.acquire(0)  # nobody has given back what is ours
+        lock.release()
+        lock.close()
+        with open(started, encoding="ascii") as file:
+            os.kill(int(file.read()), signal.SIGKILL)
+        os.unlink(slow)
+        os.unlink(started)
+        lock.unlink()
+
+    def test_server_that_does_not_come_up(self):
+        self.leaves_files = True  # the lock's name
+        for options in [{"server": "/bin/true"}, {"env": {**os.environ, "DEMO_HANDSHAKE": "quit"}}]:
+            before = time.monotonic()
+            self.orbu("list", code=NO_SERVER, **options)
+            self.assertLess(time.monotonic() - before, 20, "the end of the server was not noticed")
+        # A prefix of our own is left clean even so.
+        process = subprocess.Popen([ORBU, "list", "--server", "/bin/true"], stderr=subprocess.DEVNULL)
+        self.assertEqual(process.wait(SECONDS), NO_SERVER)
+        self.assertNotIn(f"sem.QMX{process.pid}.lock", semaphores())
+
+    def test_server_that_dies(self):
+        self.leaves_files = True
+        self.orbu("call", "demo.die", code=FAILED)
+        process = self.begin("call", "demo.never")
+        os.kill(server_pid(self.prefix), signal.SIGKILL)
+        self.finish(process, FAILED)
+        self.orbu("list")  # in spite of what the dead one left
+
+    def test_server_that_ends(self):
+        self.orbu("call", "demo.end", code=FAILED)
+
+    def test_id_file_of_a_stranger(self):
+        os.mkdir(self.prefix)
+        os.mkfifo(os.path.join(self.prefix, "0"))
+        with open(os.path.join(self.prefix, ".serverpid"), "w", encoding="ascii") as file:
+            file.write(str(os.getppid()))
+        self.orbu("list", "--timeout", "10s", code=NO_SERVER)
+        shutil.rmtree(self.prefix)
+        self.leaves_files = True
+
+    def test_interrupted(self):
+        self.orbu("list")
+        for number in (signal.SIGINT, signal.SIGTERM):
+            process = self.begin("call", "demo.never")
+            process.send_signal(number)
+            output, _ = self.finish(process, 128 + number)
+            self.assertEqual(output, "")
+        # Also where the library waits for a lock.
+        lock = NamedLock(self.prefix)
+        lock.acquire(SECONDS)
+        process = subprocess.Popen(self.command("list"), stderr=subprocess.PIPE, text=True)
+        wait_for(lambda: catches(process.pid, signal.SIGINT), SECONDS, "its handler")
+        process.send_signal(signal.SIGINT)
+        self.finish(process, INTERRUPTED)
+        lock.release()
+        lock.close()
+
+
+def catches(pid, number):
+    with open(f"/proc/{pid}/status", encoding="ascii") as file:
+        caught = next(line for line in file if line.startswith("SigCgt:"))
+    return int(caught.split()[1], 16) >> (number - 1) & 1
+
+
+if __name__ == "__main__":
+    unittest.main()
