@@ -41,6 +41,13 @@ public:
     // The plain map, still owned by this object.
     hashmap* handle() const { return mpMap; }
 
+    // Exchanges all entries.
+    void swap(TMap& other) {
+        hashmap* map = mpMap;
+        mpMap = other.mpMap;
+        other.mpMap = map;
+    }
+
     // Copies of the keys, in the order of iteration.
     TList<K> keys() const {
         TList<K> result;

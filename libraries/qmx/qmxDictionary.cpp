@@ -151,6 +151,23 @@ QMXDictionary& QMXDictionary::operator=(QMXDictionary const& other) {
     return *this;
 }
 
+void QMXDictionary::swap(QMXDictionary& other) {
+    mMap.swap(other.mMap);
+    std::swap(mpParent, other.mpParent);
+}
+
+bool QMXDictionary::hasPaths() const {
+    hashmap const* map = mMap.handle();
+    for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
+        for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
+            if (static_cast<QMXDictionaryEntry const*>(e)->isPath) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
 void QMXDictionary::update(QMXDictionary const& other) {
     // A path may lead back into the other one's map, which may also be this one's: so the walk is over keys.
     const Held held(other);

@@ -117,6 +117,7 @@ public:
     static QMXDictionary* unmarshal(TStr const& text);
 
 private:
+    friend class QMXPipePacket;
     friend class QMXText;
 
     QMXDictionary const* outward() const;
@@ -125,6 +126,11 @@ private:
     QMXValue* foundOutward(TStr const& key) const;
     void store(TStr const& key, QMXValue& fresh);
     void insert(str* key, bool keyIsOurs, QMXValue& fresh, bool moveToEnd);
+
+    // Exchanges entries and parents.
+    void swap(QMXDictionary& other);
+    // Whether an entry stands under a literal path: a copy may put that elsewhere.
+    bool hasPaths() const;
 
     TMap<TStr, QMXValue> mMap;
     QMXDictionary* mpParent;

@@ -242,12 +242,20 @@ long QMXPipeConduit::poll() {
         seen.push_back(key);
         QMXPipePacket* packet = new QMXPipePacket(QMXPipe::SynchronicityDefault);
         packet->unmarshal(reader.readLine());
+        mpData->incoming = packet;
         count += processPacket(packet);
+        mpData->incoming = nullptr; // if there was no session for it
         packet->release();
         entry = private_hashmap_first(readers);
     }
     housekeeping();
     return count;
+}
+
+bool QMXPipeEngine::takeIncoming(QMXPipeConduit* conduit, QMXPipePacket* packet) {
+    bool const taken = conduit->mpData->incoming == packet;
+    conduit->mpData->incoming = nullptr;
+    return taken;
 }
 
 long QMXPipeConduit::processPacket(QMXPipePacket* packet) {

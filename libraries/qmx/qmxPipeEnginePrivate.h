@@ -33,6 +33,7 @@ struct QMXPipeConduitData {
     bool isServer = false;
     QMXPipeSession* lastActiveSession = nullptr; // not retained
     QMXPipeConduit* parentConduit = nullptr;     // not retained
+    QMXPipePacket* incoming = nullptr;           // what poll() hands on, until somebody has had it
 };
 
 struct QMXPipeSessionData {
@@ -61,6 +62,10 @@ struct QMXPipeEngine {
     // Cuts a session off a conduit that is being destroyed: closed, without a packet, and without giving back
     // the retain that it held. No effect on a session of another conduit.
     static void abandon(QMXPipeSession* session, QMXPipeConduit* conduit);
+
+    // True for the first who asks about a packet that poll() made and will not look at again: it may be kept
+    // as it is. A packet of anybody else's has to be copied.
+    static bool takeIncoming(QMXPipeConduit* conduit, QMXPipePacket* packet);
 };
 
 // Holds one retain for the length of a scope. Null is accepted.

@@ -71,6 +71,20 @@ QMXPipePacket& QMXPipePacket::operator=(QMXPipePacket const& other) {
 
 QMXPipePacket::~QMXPipePacket() = default;
 
+void QMXPipePacket::take(QMXPipePacket& other) {
+    if (!other.isCopiedExactly()) {
+        *this = other;
+        return;
+    }
+    mCode = other.mCode;
+    mFacility = other.mFacility;
+    mSessionId = other.mSessionId;
+    mPartnerSessionId = other.mPartnerSessionId;
+    mSequence = other.mSequence;
+    mSynchronicity = other.mSynchronicity;
+    mAttributes.swap(other.mAttributes);
+}
+
 TStr QMXPipePacket::facility() const { return mFacility; }
 
 TStr QMXPipePacket::code() const { return mCode; }

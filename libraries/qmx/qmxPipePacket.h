@@ -90,6 +90,13 @@ public:
     static QMXPipePacket* packetFromString(TStr const& text);
 
 private:
+    friend class QMXPipeSession;
+
+    // Whether a copy of this packet is exactly like it.
+    bool isCopiedExactly() const { return !mAttributes.hasPaths(); }
+    // As operator=, but the other one is used up.
+    void take(QMXPipePacket& other);
+
     TStr mCode;
     TStr mFacility;
     long mSessionId;

@@ -114,7 +114,7 @@ long QMXPipeSession::waitForPacket(QMXPipePacket* response, long microseconds) {
         return SendFailed;
     }
     qmxLogDebug("  packet received: %1", packet->facilityAndCode());
-    *response = *packet;
+    response->take(*packet);
     packet->release();
     return SendDone;
 }
@@ -135,12 +135,18 @@ long QMXPipeSession::process(QMXPipePacket* packet) {
         return 0;
     }
     mpData->conduit->setLastActiveSession(this);
+    bool const ours = QMXPipeEngine::takeIncoming(mpData->conduit, packet);
     lock(0);
     if (mpData->waiting) {
         if (mpData->pendingPacket != nullptr) {
             mpData->pendingPacket->release();
         }
-        mpData->pendingPacket = new QMXPipePacket(*packet);
+        if (ours && packet->isCopiedExactly()) {
+            packet->retain();
+            mpData->pendingPacket = packet;
+        } else {
+            mpData->pendingPacket = new QMXPipePacket(*packet);
+        }
         mpData->waiting = false;
         return 0; // the lock stays taken on this way, which its hooks bear
     }
