@@ -53,8 +53,7 @@ int persistent(const lock* pl, int (*call)(sem_t*)) {
     return result;
 }
 
-// Opens or creates the semaphore. True when it was created (or that was tried): such a lock is not waited
-// for.
+// Opens or creates the semaphore. True when creation was tried: such a lock is not waited for.
 bool open(lock* pl, const char* name, bool must_exist, unsigned initial) {
     bool creating = false;
     for (;;) {
@@ -133,8 +132,8 @@ void lock_release(lock* pl) {
     if (pl->acquired < 1) {
         trace("%d !!!!! Error,  extra release for lock %p: %d\n", ::getpid(), static_cast<void*>(pl),
               pl->acquired);
-        assert_failed("lock_release", __FILE__, __LINE__, "pl->acquired > 0");
     }
+    ORBU_ASSERT(pl->acquired > 0);
     if (--pl->acquired == 0) {
         guarded(pl, ::sem_post);
     }

@@ -4,11 +4,13 @@
 //   gives it to lock_uninit. Records must not be null.
 // - Within one record the lock is nested by counting. Two records of one name exclude each other, in one
 //   process too. A process that dies while it holds the lock leaves it held, until the name is destroyed.
-// - Names are ASCII, "/" and then no further one (sem_overview(7)).
+// - Names are ASCII, "/" and then no further one (sem_overview(7)). A name with other characters is opened as
+//   it stands, but told and destroyed with "?" in their place.
 // - Results: 0 held, -1 not. An operation on a semaphore that did not open fails as with EINVAL.
 // - Three asymmetries that callers count on: who creates the semaphore with `acquire` holds it without a
-// count
-//   to release; a failed acquire leaves the count raised, so that the next one gives 0 without holding; and
+// level
+//   to release; a failed acquire leaves the count raised, so that the next one gives 0 without holding, and
+//   the release of that level, by lock_uninit too, posts a semaphore that was never taken; and
 //   lock_acquire_if_available counts nothing.
 // - Threads: one record belongs to one thread at a time.
 #pragma once

@@ -5,7 +5,6 @@
 #include "orbuutil/ownersPrivate.h"
 
 #include <cerrno>
-#include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
 

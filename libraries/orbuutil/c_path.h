@@ -1,8 +1,7 @@
 // Paths, plain layer: file locations held in a `str` and the file system calls that take one.
 //
-// - A path is its UTF-8 text, relative or absolute, and reaches the system as it is. Nothing collapses
-// doubled
-//   separators or resolves "." and "..".
+// - A path is its UTF-8 text, relative or absolute, and reaches the system as it is. Doubled separators are
+//   not collapsed, "." and ".." not resolved.
 // - Backslashes come from data written elsewhere. A function marked [L] first turns them into "/" IN the
 //   path it is given, so it changes its argument even when nothing else does.
 // - Ownership: a returned `str` belongs to the caller, who gives it to str_uninit.

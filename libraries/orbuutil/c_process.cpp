@@ -67,6 +67,24 @@ const MappedDescriptor* findLabel(const process* record, const char* name) {
     return entry;
 }
 
+// Closes what the child has taken over. A descriptor that is mapped twice is closed once: by the second time
+// another thread may have opened something in its place.
+void closeMapped(process* record) {
+    for (MappedDescriptor* entry = record->descriptors; entry != nullptr; entry = entry->next) {
+        if (entry->closed) {
+            continue;
+        }
+        int const fd = entry->from;
+        ::close(fd);
+        for (MappedDescriptor* same = entry; same != nullptr; same = same->next) {
+            if (!same->closed && same->from == fd) {
+                same->from = 0;
+                same->closed = true;
+            }
+        }
+    }
+}
+
 // Everything that a child needs, made before fork: there it must not allocate, since a lock of the allocator
 // or of the environment may be held by a thread that does not exist in the child.
 class Start {
@@ -85,7 +103,7 @@ public:
         prepareEnvironment();
     }
 
-    // In the child. Comes back only in a failed exec.
+    // In the child.
     [[noreturn]] void run(bool daemonize, int leave_closed) const {
         environ = mEnvironment.get();
         for (const MappedDescriptor* entry = mRecord->descriptors; entry != nullptr; entry = entry->next) {
@@ -107,7 +125,7 @@ public:
     }
 
 private:
-    // Cuts the path back to the bundle whose name holds the match, and takes the launcher in it for the file.
+    // Cuts the path back to end with the match at the latest, and takes the launcher there for the file.
     void useBundle(long match) {
         str* const bundle = mPath.get();
         while (str_len(bundle) - 4 > match) {
@@ -201,7 +219,7 @@ int process_map_descriptor(process* record, int from, int to, int flag, const ch
     }
     MappedDescriptor** tail = &record->descriptors;
     for (; *tail != nullptr; tail = &(*tail)->next) {
-        if ((*tail)->from == from && (*tail)->to == to) {
+        if (!(*tail)->closed && (*tail)->from == from && (*tail)->to == to) {
             (*tail)->flag = static_cast<std::uint32_t>(flag);
             return 0;
         }
@@ -252,13 +270,7 @@ long process_execute(process* record, int daemonize, int leave_closed) {
     if (record->pid == 0) {
         start.run(daemonize != 0, leave_closed);
     }
-    for (MappedDescriptor* entry = record->descriptors; entry != nullptr; entry = entry->next) {
-        if (!entry->closed) {
-            ::close(entry->from);
-            entry->from = 0;
-            entry->closed = true;
-        }
-    }
+    closeMapped(record);
     if (daemonize != 0) {
         waitFor(record, 0); // the child in front leaves at once and is not to stay as a zombie
         return PROCESS_RUNNING;

@@ -1,8 +1,7 @@
 // Processes, plain layer: starting a program, watching a process id, splitting a command line.
 //
-// - A record is made from a path with arguments, to be executed, or from a pid, to be watched only. It
-// belongs
-//   to the caller, who gives it to process_uninit; strings handed in are copied.
+// - A record is made from a path with arguments, to be executed, or from a pid, to be watched only. It is
+//   the caller's, who gives it to process_uninit; strings handed in are copied.
 // - Arguments do not travel on the command line: the argument string stands, as it is, in the environment
 //   variable PROCESS_ARGUMENTS of the started program. The rest of the environment is left as it is.
 // - Null: a null record is accepted everywhere.
@@ -52,9 +51,9 @@ ORBU_EXPORT int process_get_to_descriptor(const process* record, const char* nam
 // --- starting ---
 
 // Runs the program: fork(2) and execvp(3), with the base name of the path as its only argument. A path with
-// ".app" in it, the first in any case of letters and even inside a longer name, is an application bundle: it
-// is cut back to the directory of that match, and its "Contents/MacOS/qmxopen" is run, with "qmxopen" and the
-// bundle's "Contents/MacOS/QMX" as arguments.
+// ".app" in it, the first in any case of letters, is an application bundle: it is cut back to end there, or
+// to the directory above where the name goes on behind the match ("x.apple" is cut off), and from what is
+// left "Contents/MacOS/qmxopen" is run, with "qmxopen" and the path of "Contents/MacOS/QMX" as arguments.
 //
 // With `daemonize` the child detaches itself first (see _daemonize, which `leave_closed` is for): this waits
 // for the child in front to leave, and gives -1. Otherwise -2 when the child is gone already, else -1. -3 for

@@ -1,7 +1,8 @@
 // TLock: one lock record (c_lock.h, where the rules are told), from construction to destruction.
 //
-// A failed acquire is the end of an object's usefulness: the next one seems to succeed. Whoever creates the
-// lock with `acquire` holds it without a level to release. One object belongs to one thread at a time.
+// A failed acquire is the end of an object's usefulness: the next one seems to succeed, and the destructor
+// posts what was never taken. Whoever creates the lock with `acquire` holds it without a level to release.
+// One object belongs to one thread at a time.
 #pragma once
 
 #include "orbuutil/orbuExport.h"
@@ -11,8 +12,7 @@ struct lock;
 
 class ORBU_EXPORT TLock {
 public:
-    // Opens the named semaphore; `create`: makes it when there is none. `acquire`: takes it, waiting for
-    // ever.
+    // Opens the named semaphore, or with `create` makes it; with `acquire` takes it, without a time limit.
     TLock(const TStr& name, bool create, bool acquire);
     ~TLock();
     TLock(const TLock&) = delete;

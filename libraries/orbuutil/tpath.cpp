@@ -168,6 +168,9 @@ bool TPath::mkpath(int mode) {
     if (exists()) {
         return true;
     }
+    if (length() >= PATH_MAX) {
+        return false; // never to be had, and each component takes a level of the stack
+    }
     TPath parent(*this);
     TPath const last(parent.pop());
     if (!parent.isEmpty() && !parent.exists() && !parent.mkpath(mode)) {

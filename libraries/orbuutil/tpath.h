@@ -2,10 +2,9 @@
 //
 // - Members forward to the path_ functions (c_path.h); what is said there about senses of results and about
 //   backslashes that become "/" in place holds here, for const members too. exists() alone works on a copy.
-// - The in-place members (push, unshift, pop, shift, +=, cdUp, setFile) do not drop the view cached by TStr:
-// a
-//   `const char*` taken before reads as before until the next mutator of TStr. Take views afterwards only
-//   from a copy, or after clearCachedEncoding().
+// - The in-place members (push, unshift, pop, shift, +=, cdUp, setFile) do not drop the view that TStr
+//   caches: a `const char*` taken before reads as before until the next mutator of TStr. Take views
+//   afterwards only from a copy, or after clearCachedEncoding().
 // - Null: a copy of a null text is empty; a null handle stays one until text is put in.
 // - Threads: as TStr. The first call of appPath belongs on one thread.
 #pragma once

@@ -131,16 +131,20 @@ TEST(Process, Codes) {
         long waited;
         int exitCode;
     } const rows[] = {{"exit 0", -2, 0}, {"exit 7", -2, 7}, {"kill -9 $$", -1, 0}};
+    process* none = process_from_pid(-1); // as a failed fork leaves it: not to stand for any child
     for (auto const& row : rows) {
         TProcess shell("sh", ""); // found on PATH
         EXPECT_EQ(talk(shell, row.script), "");
         process* watched = process_from_pid(shell.pid());
         awaitEnd(shell.pid());
+        EXPECT_TRUE(process_wait(none, 0) == -2 && process_exit_code(none) == 0 &&
+                    process_status(none) == -6);
         EXPECT_EQ(process_exit_code(watched), row.exitCode);
         EXPECT_EQ(process_wait(watched, 0), row.waited); // the last status known
         EXPECT_EQ(process_status(watched), -6);
         process_uninit(watched);
     }
+    process_uninit(none);
     Pipe pipe;
     TProcess running("/bin/cat", "");
     running.mapDescriptor(pipe.read, 0, true, "");
@@ -151,21 +155,10 @@ TEST(Process, Codes) {
     ::close(pipe.write);
     EXPECT_EQ(running.wait(), -2);
 
-    TProcess none;
-    EXPECT_TRUE(none.pid() == 0 && none.execute(true, true) == -3 && none.wait() == -3 &&
-                none.status() == -3);
+    TProcess empty;
+    EXPECT_TRUE(empty.pid() == 0 && empty.execute(true, true) == -3 && empty.wait() == -3 &&
+                empty.status() == -3);
     EXPECT_TRUE(process_exit_code(nullptr) == -3 && TProcess(0).wait() == -4 && TProcess(1).status() == 0);
-}
-
-// -1 is what a failed fork leaves: it must not stand for any child of the host.
-TEST(Process, NeverWaitsForAnyChild) {
-    TProcess shell("/bin/sh", "");
-    EXPECT_EQ(talk(shell, "exit 5"), "");
-    awaitEnd(shell.pid());
-    process* none = process_from_pid(-1);
-    EXPECT_TRUE(process_wait(none, 0) == -2 && process_exit_code(none) == 0 && process_status(none) == -6);
-    process_uninit(none);
-    EXPECT_EQ(::waitpid(shell.pid(), nullptr, WNOHANG), shell.pid());
 }
 
 // Other threads hold the locks of the log, the allocator and the time zone at the moment of fork; the child
