@@ -8,6 +8,7 @@
 
 #include <cstring>
 #include <memory>
+#include <new>
 #include <typeinfo>
 #include <utility>
 
@@ -39,12 +40,24 @@ hashmap_entry** slot_of(hashmap const* map, TStr const& key) { return slot_of(ma
 
 QMXValue* value_at(hashmap_entry** slot) { return *slot != nullptr ? value_of(*slot) : nullptr; }
 
-// A new entry at the end of a chain.
-QMXDictionaryEntry* append(hashmap* map, hashmap_entry** slot, str* key) {
-    auto* entry = new QMXDictionaryEntry(key);
+// Puts a new entry at the end of a chain.
+void append(hashmap* map, hashmap_entry** slot, QMXDictionaryEntry* entry) {
     *slot = entry;
     map->entry_count += 1;
-    return entry;
+}
+
+// Takes an entry to the end of its chain, as if it were removed and set.
+void move_to_end(hashmap_entry** slot) {
+    hashmap_entry* entry = *slot;
+    if (entry->next == nullptr) {
+        return;
+    }
+    *slot = entry->next;
+    while (*slot != nullptr) {
+        slot = &(*slot)->next;
+    }
+    entry->next = nullptr;
+    *slot = entry;
 }
 
 // The map's own way would free key and value one by one, so every removal is done here.
@@ -52,7 +65,16 @@ void remove_at(hashmap* map, hashmap_entry** slot) {
     auto* entry = static_cast<QMXDictionaryEntry*>(*slot);
     *slot = entry->next;
     map->entry_count -= 1;
-    delete entry;
+    QMXDictionaryEntry::destroy(entry);
+}
+
+template <typename Visit>
+void for_each_entry(hashmap const* map, Visit visit) {
+    for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
+        for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
+            visit(*static_cast<QMXDictionaryEntry const*>(e));
+        }
+    }
 }
 
 // Keeps a dictionary alive that what is done meanwhile might release.
@@ -71,10 +93,36 @@ private:
 
 } // namespace
 
-QMXDictionaryEntry::QMXDictionaryEntry(str* adopted)
-    : hashmap_entry{&name, &content, nullptr},
-      name(static_cast<void*>(adopted)),
-      isPath(!StrKey(adopted).isWithout('.')) {}
+QMXDictionaryEntry::QMXDictionaryEntry(char const* name, long bytes) : hashmap_entry{}, mRecord{nullptr, 0} {
+    hashmap_entry::key = &mName;
+    hashmap_entry::value = &content;
+    void* handle = nullptr;
+    if (name != nullptr) {
+        char* text = reinterpret_cast<char*>(this + 1);
+        std::memcpy(text, name, static_cast<size_t>(bytes));
+        std::memset(text + bytes, 0, 1 + private_str_padding);
+        mRecord = {text, bytes + 1};
+        handle = &mRecord;
+    }
+    std::construct_at(&mName, handle);
+    mIsPath = !StrKey(mName.handle()).isWithout('.');
+}
+
+QMXDictionaryEntry::~QMXDictionaryEntry() { mName.clearCachedEncoding(); }
+
+QMXDictionaryEntry* QMXDictionaryEntry::make(char const* key, long bytes) {
+    const auto behind = static_cast<size_t>(key != nullptr ? bytes + 1 + private_str_padding : 0);
+    return new (::operator new(sizeof(QMXDictionaryEntry) + behind)) QMXDictionaryEntry(key, bytes);
+}
+
+QMXDictionaryEntry* QMXDictionaryEntry::make(str const* key) {
+    return make(key != nullptr ? private_str_text_or_empty(key) : nullptr, private_str_extent(key));
+}
+
+void QMXDictionaryEntry::destroy(QMXDictionaryEntry* entry) {
+    entry->~QMXDictionaryEntry();
+    ::operator delete(entry);
+}
 
 [[gnu::noinline]] QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary) {
     return new QMXDictionary(dictionary);
@@ -104,16 +152,10 @@ QMXDictionary::QMXDictionary(QMXDictionary const& other)
         mpParent->retain();
     }
     if (typeid(other) == typeid(QMXDictionary)) {
-        hashmap const* from = other.mMap.handle();
-        hashmap* to = mMap.handle();
-        for (std::int32_t bucket = 0; bucket < from->bucket_count; ++bucket) {
-            hashmap_entry** slot = &to->buckets[bucket];
-            for (hashmap_entry const* e = from->buckets[bucket]; e != nullptr; e = e->next) {
-                QMXDictionaryEntry* copy = append(to, slot, str_dup(key_of(e).handle()));
-                copy->content = *value_of(e);
-                slot = &copy->next;
-            }
-        }
+        for_each_entry(other.mMap.handle(), [this](QMXDictionaryEntry const& entry) {
+            QMXValue copy(entry.content);
+            insert(entry.plainName(), copy, false);
+        });
         return;
     }
     const TList<TStr> names = other.keys();
@@ -121,7 +163,7 @@ QMXDictionary::QMXDictionary(QMXDictionary const& other)
         TStr const& key = *static_cast<TStr const*>(e->value);
         if (QMXValue const* value = other._internalGetValue(key, true)) {
             QMXValue copy(*value);
-            insert(key.handle(), false, copy, false);
+            insert(key.handle(), copy, false);
         }
     }
 }
@@ -157,20 +199,19 @@ void QMXDictionary::swap(QMXDictionary& other) {
 }
 
 bool QMXDictionary::hasPaths() const {
-    hashmap const* map = mMap.handle();
-    for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
-        for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
-            if (static_cast<QMXDictionaryEntry const*>(e)->isPath) {
-                return true;
-            }
-        }
-    }
-    return false;
+    bool any = false;
+    for_each_entry(mMap.handle(), [&](QMXDictionaryEntry const& entry) { any = any || entry.isPath(); });
+    return any;
 }
 
 void QMXDictionary::update(QMXDictionary const& other) {
-    // A path may lead back into the other one's map, which may also be this one's: so the walk is over keys.
     const Held held(other);
+    if (this != &other && !other.hasPaths()) {
+        for_each_entry(other.mMap.handle(),
+                       [this](QMXDictionaryEntry const& entry) { set(entry.name(), entry.content); });
+        return;
+    }
+    // A path may lead back into the map that is walked.
     const TList<TStr> names = other.mMap.keys();
     for (list_entry const* e = list_head(names.handle()); e != nullptr; e = e->next) {
         TStr const& key = *static_cast<TStr const*>(e->value);
@@ -207,35 +248,36 @@ QMXValue* QMXDictionary::foundOutward(TStr const& key) const {
     return nullptr;
 }
 
-// Puts what `fresh` holds into the own map and leaves the old content there. An entry that is replaced either
-// stays in its place or goes to the end of its bucket, as if removed and set. With `keyIsOurs` the key is
-// used up, else it is copied for a new entry.
-void QMXDictionary::insert(str* key, bool keyIsOurs, QMXValue& fresh, bool moveToEnd) {
-    hashmap* map = mMap.handle();
-    hashmap_entry** slot = slot_of(map, StrKey(key));
-    hashmap_entry* entry = *slot;
-    if (entry == nullptr) {
-        entry = append(map, slot, keyIsOurs ? key : str_dup(key));
-    } else {
-        if (keyIsOurs) {
-            str_uninit(key);
-        }
-        if (moveToEnd && entry->next != nullptr) {
-            *slot = entry->next;
-            while (*slot != nullptr) {
-                slot = &(*slot)->next;
-            }
-            entry->next = nullptr;
-            *slot = entry;
-        }
+// Puts what `fresh` holds into the own map and leaves the old content there. An entry that is replaced stays
+// in its place or goes to the end of its bucket.
+void QMXDictionary::insert(str const* key, QMXValue& fresh, bool moveToEnd) {
+    hashmap_entry** slot = slot_of(mMap.handle(), StrKey(key));
+    if (*slot == nullptr) {
+        append(mMap.handle(), slot, QMXDictionaryEntry::make(key));
+    } else if (moveToEnd) {
+        hashmap_entry const* entry = *slot;
+        move_to_end(slot);
+        QMXText::swap(*value_of(entry), fresh);
+        return;
     }
-    QMXText::swap(*value_of(entry), fresh);
+    QMXText::swap(*value_of(*slot), fresh);
+}
+
+// The same with an entry that is made already, and is used up.
+void QMXDictionary::insert(QMXDictionaryEntry* entry, bool moveToEnd) {
+    hashmap_entry** slot = slot_of(mMap.handle(), StrKey(entry->plainName()));
+    if (*slot == nullptr) {
+        append(mMap.handle(), slot, entry);
+        return;
+    }
+    insert(entry->plainName(), entry->content, moveToEnd);
+    QMXDictionaryEntry::destroy(entry);
 }
 
 // Every set ends here.
 void QMXDictionary::store(TStr const& key, QMXValue& fresh) {
     if (is_plain(key)) {
-        insert(key.handle(), false, fresh, true);
+        insert(key.handle(), fresh, true);
         return;
     }
     TStr path(key);
@@ -244,7 +286,7 @@ void QMXDictionary::store(TStr const& key, QMXValue& fresh) {
         home->store(path, fresh);
     } else {
         // A path that leads nowhere is replaced in place, not removed: removal does not find it.
-        insert(path.handle(), false, fresh, home != nullptr);
+        insert(path.handle(), fresh, home != nullptr);
     }
 }
 

@@ -23,6 +23,8 @@
 
 extern template class TMap<TStr, QMXValue>;
 
+class QMXDictionaryEntry;
+
 class ORBU_EXPORT QMXDictionaryBase : public QMXBase {
 public:
     QMXDictionaryBase();
@@ -125,7 +127,8 @@ private:
     QMXValue* found(TStr const& key) const;
     QMXValue* foundOutward(TStr const& key) const;
     void store(TStr const& key, QMXValue& fresh);
-    void insert(str* key, bool keyIsOurs, QMXValue& fresh, bool moveToEnd);
+    void insert(str const* key, QMXValue& fresh, bool moveToEnd);
+    void insert(QMXDictionaryEntry* entry, bool moveToEnd);
 
     // Exchanges entries and parents.
     void swap(QMXDictionary& other);

@@ -20,6 +20,8 @@ void replace(TStr& text, char const* bytes, long count) {
     std::construct_at(&text, made);
 }
 
+TStr name_of(TStr const& name) { return name.isNull() ? TStr("") : name; }
+
 // One "key=value" of those that a person types.
 void set_typed(QMXPipePacket& packet, TStr const& typed) {
     char const* text = private_str_text_or_empty(typed.handle());
@@ -38,7 +40,12 @@ QMXPipePacket* named_packet(TStr const& name) {
 } // namespace
 
 QMXPipePacket::QMXPipePacket(QMXPipe::Synchronicity synchronicity)
-    : mSessionId(0), mPartnerSessionId(0), mSequence(0), mSynchronicity(synchronicity) {}
+    : mCode(TStr::null),
+      mFacility(TStr::null),
+      mSessionId(0),
+      mPartnerSessionId(0),
+      mSequence(0),
+      mSynchronicity(synchronicity) {}
 
 QMXPipePacket::QMXPipePacket(TStr const& facilityAndCode, QMXPipePacket*,
                              QMXPipe::Synchronicity synchronicity)
@@ -85,9 +92,9 @@ void QMXPipePacket::take(QMXPipePacket& other) {
     mAttributes.swap(other.mAttributes);
 }
 
-TStr QMXPipePacket::facility() const { return mFacility; }
+TStr QMXPipePacket::facility() const { return name_of(mFacility); }
 
-TStr QMXPipePacket::code() const { return mCode; }
+TStr QMXPipePacket::code() const { return name_of(mCode); }
 
 TStr QMXPipePacket::facilityAndCode() const {
     QMXTextWriter writer;

@@ -140,10 +140,10 @@ void QMXText::writeItems(QMXTextWriter& writer, QMXDictionary const& dictionary,
     for (std::int32_t bucket = 0; bucket < map->bucket_count; ++bucket) {
         for (hashmap_entry const* e = map->buckets[bucket]; e != nullptr; e = e->next) {
             auto const* entry = static_cast<QMXDictionaryEntry const*>(e);
-            if (entry->isPath) {
-                listed(entry->name);
+            if (entry->isPath()) {
+                listed(entry->name());
             } else {
-                item(entry->name, &entry->content);
+                item(entry->name(), &entry->content);
             }
         }
     }
@@ -230,11 +230,13 @@ bool QMXText::readItem(QMXDictionary& dictionary, char const* bytes, long count,
     if (text != nullptr) {
         readValue(value, text, textBytes, depth);
     }
-    str* name = key != nullptr ? private_str_from_bytes(key, keyBytes) : nullptr;
-    if (StrKey(name).isWithout('.')) {
-        dictionary.insert(name, true, value, true);
+    QMXDictionaryEntry* entry = QMXDictionaryEntry::make(key, keyBytes);
+    if (entry->isPath()) {
+        dictionary.store(entry->name(), value);
+        QMXDictionaryEntry::destroy(entry);
     } else {
-        dictionary.store(TStr(static_cast<void*>(name)), value);
+        swap(entry->content, value);
+        dictionary.insert(entry, true);
     }
     return true;
 }

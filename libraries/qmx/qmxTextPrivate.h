@@ -3,12 +3,12 @@
 #pragma once
 
 #include "orbuutil/c_hashmapPrivate.h"
+#include "orbuutil/c_strPrivate.h"
 #include "orbuutil/tstr.h"
 #include "qmx/qmxDictionary.h"
 #include "qmx/qmxValue.h"
 
 struct StrTokens;
-struct str;
 
 // --- escaped text by bytes (qmxMarshal.cpp) ---
 
@@ -30,13 +30,29 @@ str* private_qmx_keep_list_copy(str const* text);
 QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary);
 QMXDictionary* private_qmx_keep_new_dictionary();
 
-// One entry of a dictionary: the map's entry, its key and its value are made and deleted as one.
-struct QMXDictionaryEntry : hashmap_entry {
-    explicit QMXDictionaryEntry(str* adopted);
+// One entry of a dictionary: the map's entry, its key and its value, all in one block. Not made by `new`.
+class QMXDictionaryEntry : public hashmap_entry {
+public:
+    // A null value under a copy of the key: of so many bytes, or, for null, of the null text.
+    static QMXDictionaryEntry* make(char const* key, long bytes);
+    static QMXDictionaryEntry* make(str const* key);
+    static void destroy(QMXDictionaryEntry* entry);
 
-    TStr name;
+    TStr const& name() const { return mName; }
+    str const* plainName() const { return mName.handle(); }
+    bool isPath() const { return mIsPath; } // several components, or none: not found by its literal text
+
     QMXValue content;
-    bool isPath; // several components, or none: not found by its literal text
+
+private:
+    QMXDictionaryEntry(char const* name, long bytes);
+    ~QMXDictionaryEntry();
+
+    union {
+        TStr mName; // its string is not its own: mRecord
+    };
+    str mRecord; // its text is behind the entry
+    bool mIsPath;
 };
 
 // Text under construction. Short ones stay on the stack.
