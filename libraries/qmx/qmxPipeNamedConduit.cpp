@@ -33,6 +33,12 @@ constexpr size_t kIdFileLimit = 65536;
 
 long client_id() { return QMXPipeNamedConduit::altPID != 0 ? QMXPipeNamedConduit::altPID : getpid(); }
 
+long microseconds_now() {
+    struct timespec now;
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return now.tv_sec * 1000000 + now.tv_nsec / 1000;
+}
+
 TPath path_in(TPath const& prefix, long index) { return prefix + TPath(TStr::number(index, 10)); }
 
 bool same_file(struct stat const& a, struct stat const& b) {
@@ -339,7 +345,7 @@ bool QMXPipeNamedConduit::lockWhileServing(long timeout) {
     if (lockCount() > 0) {
         return lock(timeout) != 0;
     }
-    for (long left = timeout; left > 0; left -= kRoundMicroseconds) {
+    for (long const end = microseconds_now() + timeout; microseconds_now() < end;) {
         while (poll() > 0) {
         }
         if (mpNamed->lock.acquireIfAvailable()) {
