@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <memory>
 #include <new>
 #include <unistd.h>
 #include <vector>
@@ -163,7 +164,7 @@ long QMXPipeConduit::send(QMXPipePacket* packet, QMXPipePacket* response, long w
     if (waits) {
         session->prepareToWaitForPacket(); // before the write, so that the reply cannot slip past
     }
-    TStr const line = packet->marshal(true) + "\n";
+    TStr const line = packet->marshal(true, "\n");
     if (writer == 0) {
         forEach(mpData->writers, [&](long, QMXPipeWriteEndpoint& endpoint) { endpoint.write(line); });
     } else {
@@ -226,7 +227,8 @@ long QMXPipeConduit::poll() {
         long const key = *static_cast<long const*>(entry->key);
         auto& reader = *static_cast<QMXPipeReadEndpoint*>(entry->value);
         bool const passOver = std::find(seen.begin(), seen.end(), key) != seen.end();
-        if (passOver || reader.bytesAvailable() <= 0 || !reader.canReadLine()) {
+        std::unique_ptr<TStr> line(passOver ? nullptr : QMXPipeEngine::takeText(reader));
+        if (line == nullptr) {
             if (!passOver && !seen.empty()) {
                 seen.push_back(key);
             }
@@ -241,7 +243,8 @@ long QMXPipeConduit::poll() {
         }
         seen.push_back(key);
         QMXPipePacket* packet = new QMXPipePacket(QMXPipe::SynchronicityDefault);
-        packet->unmarshal(reader.readLine());
+        packet->unmarshal(*line);
+        line.reset();
         mpData->incoming = packet;
         count += processPacket(packet);
         mpData->incoming = nullptr; // if there was no session for it

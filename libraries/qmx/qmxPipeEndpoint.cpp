@@ -2,7 +2,7 @@
 
 #include "orbuutil/c_assert.h"
 #include "orbuutil/c_listPrivate.h"
-#include "orbuutil/c_str.h"
+#include "orbuutil/c_strPrivate.h"
 #include "orbuutil/tlist.h"
 #include "qmx/qmxLogPrivate.h"
 #include "qmx/qmxPipeFile.h"
@@ -101,6 +101,12 @@ struct QMXPipeReadEndpointData {
         characters += length;
     }
 
+    TStr* takeFirst() {
+        auto* first = static_cast<TStr*>(list_shift(lines.handle()));
+        characters -= first != nullptr ? first->length() : 0;
+        return first;
+    }
+
     // Cuts the text at line feeds. What stands behind the last one is a line as well.
     void appendLines(char const* text, long length) {
         char const* const end = text + length;
@@ -176,12 +182,13 @@ long QMXPipeReadEndpoint::bytesAvailable() {
 
 TStr QMXPipeReadEndpoint::readLine() {
     bufferData();
-    std::unique_ptr<TStr> const first(static_cast<TStr*>(list_shift(mpData->lines.handle())));
-    if (first == nullptr) {
-        return TStr("");
-    }
-    mpData->characters -= first->length();
-    return *first;
+    std::unique_ptr<TStr> const first(mpData->takeFirst());
+    return first != nullptr ? *first : TStr("");
+}
+
+TStr* QMXPipeReadEndpoint::takeText() {
+    bufferData();
+    return mpData->characters > 0 ? mpData->takeFirst() : nullptr;
 }
 
 TStr QMXPipeReadEndpoint::read() {
@@ -217,8 +224,7 @@ long QMXPipeWriteEndpoint::write(TStr const& text) {
     if (device() == nullptr) {
         return -1;
     }
-    char const* utf8 = text.toUtf8();
-    long const result = device()->write(utf8 != nullptr ? utf8 : "");
+    long const result = device()->write(private_str_text_or_empty(text.handle()));
     device()->flush();
     return result;
 }

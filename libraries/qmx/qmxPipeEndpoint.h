@@ -19,6 +19,7 @@
 #include "qmx/qmxPipeBase.h"
 
 class QMXPipeIODevice;
+struct QMXPipeEngine;
 struct QMXPipeReadEndpointData;
 
 class ORBU_EXPORT QMXPipeEndpoint : public QMXPipeBase {
@@ -90,7 +91,12 @@ public:
     static QMXPipeReadEndpoint fromFD(int fd);
 
 private:
+    friend struct QMXPipeEngine;
+
     void bufferData();
+    // Takes in what the device has and then the first pending line, owned by the caller; null as long as all
+    // pending lines are empty.
+    TStr* takeText();
 
     QMXPipeReadEndpointData* mpData;
 };

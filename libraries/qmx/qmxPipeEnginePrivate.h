@@ -63,6 +63,9 @@ struct QMXPipeEngine {
     // the retain that it held. No effect on a session of another conduit.
     static void abandon(QMXPipeSession* session, QMXPipeConduit* conduit);
 
+    // bytesAvailable(), canReadLine() and readLine() in one: the device is read once for it.
+    static TStr* takeText(QMXPipeReadEndpoint& reader) { return reader.takeText(); }
+
     // True for the first who asks about a packet that poll() made and will not look at again: it may be kept
     // as it is. A packet of anybody else's has to be copied.
     static bool takeIncoming(QMXPipeConduit* conduit, QMXPipePacket* packet);

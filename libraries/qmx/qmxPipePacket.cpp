@@ -205,7 +205,9 @@ void QMXPipePacket::setAttribute(TStr const& name, long value) { mAttributes.set
 
 void QMXPipePacket::setAttribute(TStr const& name, int value) { mAttributes.set(name, value); }
 
-TStr QMXPipePacket::marshal(bool swapIds) const {
+TStr QMXPipePacket::marshal(bool swapIds) const { return marshal(swapIds, ""); }
+
+TStr QMXPipePacket::marshal(bool swapIds, char const* end) const {
     QMXTextWriter writer;
     writer.appendNumber(formatVersion);
     writer.append(';');
@@ -217,9 +219,11 @@ TStr QMXPipePacket::marshal(bool swapIds) const {
         writer.appendNumber(number);
     }
     QMXText::writeItems(writer, mAttributes, ';', true, nullptr);
-    const TStr line = writer.text();
-    qmxLogDebug("Packet Marshalled:%1", line);
-    return line;
+    if (private_qmx_log_wanted()) {
+        qmxLogDebug("Packet Marshalled:%1", writer.text());
+    }
+    writer.append(end, static_cast<long>(std::strlen(end)));
+    return writer.text();
 }
 
 void QMXPipePacket::unmarshal(TStr const& line) {

@@ -90,7 +90,11 @@ public:
     static QMXPipePacket* packetFromString(TStr const& text);
 
 private:
+    friend class QMXPipeConduit;
     friend class QMXPipeSession;
+
+    // With an end of line behind it.
+    TStr marshal(bool swapIds, char const* end) const;
 
     // Whether a copy of this packet is exactly like it.
     bool isCopiedExactly() const { return !mAttributes.hasPaths(); }
