@@ -78,7 +78,8 @@ ORBU_EXPORT bool str_is_encoding_implemented(unsigned long encoding);
 
 // Bytes that a conversion needs with its terminator; 0 when the source cannot be converted. From an encoding
 // to itself that is `srcbytes` + 1, and nothing is read. Towards STR_ASCII and STR_UTF32 it is an estimate
-// from the length, and for STR_UTF32 it is too low.
+// from the length of the source, which must be terminated unless it is STR_ASCII or STR_UTF32 itself; for
+// STR_UTF32 it is too low.
 ORBU_EXPORT long str_encoding_requires_bytes(const void* src, long srcbytes, long srcenc, long dstenc);
 
 // The converter: 1 on success, 0 on failure. Stops at the first code point 0. It writes a terminator of the

@@ -6,9 +6,8 @@
 //   else. A copy of a null text is empty. A null handle (TStr::null, an adopted null result) stays null in
 //   copies; everything else takes it as null text, and a member that puts text in gives it an object first.
 // - The cached view: toUtf8, toUtf16, latin1 and their kin give a pointer into the TStr. It dies with the
-// next
-//   call for another encoding, with any change and with the object. buffer() is the one mutating member that
-//   does not drop the view: whoever writes through it calls clearCachedEncoding().
+//   next call for another encoding, with any change and with the object. buffer() is the one mutating member
+//   that does not drop the view: whoever writes through it calls clearCachedEncoding().
 // - Ownership: raw buffers from the _alloc members are released with memory_free.
 // - Threads: an object, even a const one (its view may be rebuilt), belongs to one thread at a time.
 #pragma once
