@@ -121,7 +121,7 @@ TEST_F(ConversationTest, AnswersAsItIsTold) {
         {"nonsense=1; button=3", "qmx.MessageBox", 3},
     };
     client_.reset();
-    kill(serverPid(), SIGTERM);
+    ASSERT_TRUE(signalServer(SIGTERM));
     ASSERT_TRUE(eventually([&] { return !fileExists(prefix()); }));
     setVariable("ORBU_QMX_ANSWERS_FILE", rules);
     client_ = connect();

@@ -94,6 +94,7 @@ TEST_F(Daemon, IsDetached) {
     int leader = 0;
     std::string rest;
     std::getline(told >> daemon >> leader, rest);
+    ASSERT_TRUE(daemon > 1 && leader > 1);
     EXPECT_EQ(rest, " 0000 /dev/null /dev/null /dev/null"); // nothing from the map
 
     EXPECT_TRUE(::getsid(daemon) == leader && ::getsid(0) != leader);

@@ -199,9 +199,7 @@ void ProcessTest::TearDown() {
 void ProcessTest::endServer() {
     // Daemons are inherited by this process: the last one is gone when there is no child left.
     EXPECT_TRUE(eventually([this] {
-        if (int const server = serverPid(); server > 1 && server != ::getpid()) {
-            ::kill(server, SIGTERM);
-        }
+        signalServer(SIGTERM);
         while (::waitpid(-1, nullptr, WNOHANG) > 0) {
         }
         return errno == ECHILD;
@@ -217,6 +215,11 @@ void ProcessTest::endServer() {
 std::string ProcessTest::lockName() const { return "/" + fs::path(prefix_).filename().string() + ".lock"; }
 
 int ProcessTest::serverPid() const { return std::atoi(fileText(idFile()).c_str()); }
+
+bool ProcessTest::signalServer(int signal) const {
+    int const server = serverPid();
+    return server > 1 && server != ::getpid() && ::kill(server, signal) == 0;
+}
 
 std::string ProcessTest::serverPath() {
     if (char const* const path = ::getenv("ORBU_TEST_SERVER")) {
