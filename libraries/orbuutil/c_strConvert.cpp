@@ -185,6 +185,11 @@ long requires_bytes(const char* src, long srcbytes, long srcenc, long dstenc, lo
                                    : size_variable(src, srcbytes, srcenc, dstenc);
     }
     unsigned long units = static_cast<unsigned long>(srcbytes);
+    if (srcenc == STR_UTF16 && srcbytes > 0 && (*src == '\xFE' || *src == '\xFF')) {
+        // A stream is measured in the order that its first byte tells, behind its mark.
+        srcenc = *src == '\xFE' ? STR_UTF16BE : STR_UTF16LE;
+        src += std::min(srcbytes, 2L);
+    }
     if (str_encode_map[srcenc].variable) {
         units = static_cast<unsigned long>(srclen >= 0 ? srclen : str_encode_map[srcenc].len(src));
     }

@@ -57,9 +57,10 @@ public:
         }
     }
 
-    // Gives a null string the text in a buffer of its exact size; without any text it stays null.
-    void move_to(str* s) const {
-        if (private_str_text(mStr) != nullptr) {
+    // Gives a null string the text in a buffer of its exact size and `spare` bytes; without any text it stays
+    // null.
+    void move_to(str* s, long spare) const {
+        if (private_str_text(mStr) != nullptr && private_str_reserve(s, mLength + 1 + spare)) {
             private_str_append(s, 0, mStr->text, mLength);
         }
     }
@@ -283,7 +284,7 @@ void str_replace(str* s, const str* from, const str* to) {
         result.append(s->text + offset, rest);
     }
     str_clear(s);
-    result.move_to(s);
+    result.move_to(s, rest > 0 ? 1 : 0); // the rest is joined, with the spare byte of joining
 }
 
 str* str_replace_all(const str* s, const char* set, const str* join) {

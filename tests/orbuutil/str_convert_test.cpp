@@ -89,6 +89,7 @@ TEST(StrConvert, SizesCountTheTerminatorAndOneCharacterForANul) {
         {"h\xC3\xA9", STR_UTF8, STR_ASCII, 4},
         {"hello", STR_UTF8, STR_UTF32, 1},            // under-counts
         {"\x41\xD8\0\0"s, STR_UTF16BE, STR_ASCII, 6}, // by the length of the source, which is not decoded
+        {"\xFE\xFF\xD8\x41\0\0"s, STR_UTF16, STR_ASCII, 10}, // in the order that the mark tells
         {"a\0b\0"s, STR_UTF16LE, STR_UTF8, 3},
         {"\xFF\xFE"s + "a\0"s, STR_UTF16, STR_UTF8, 3}, // a terminator is assumed behind the source
         {"\xFF\xFE"s + "a\0\0\0"s, STR_UTF16, STR_UTF8, 3},

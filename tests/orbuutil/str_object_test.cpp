@@ -1,6 +1,5 @@
 // TStr: its states, its operators and the cached view.
 
-#include "orbuutil/c_memory.h"
 #include "orbuutil/tstr.h"
 #include "support/strings.h"
 
@@ -133,15 +132,6 @@ TEST(StrObject, TheViewLivesUntilAnotherOrAChange) {
     EXPECT_EQ(cut.toUtf16LE()[0], 0) << "what cannot be sized has no room";
     EXPECT_EQ(TStr("a\xED\xA0\x80").toUtf16LE()[1], 0);
     EXPECT_EQ(reinterpret_cast<const unsigned*>(TStr("a").asEncoding(STR_UTF32))[0], 0U) << "under-counted";
-}
-
-TEST(StrObject, ShortTextsTakeOneBlock) {
-    const long blocks = memory_allocated_count();
-    const TStr s("an ordinary line of text");
-    const TStr copy(s);
-    const TStr sum = s + copy;
-    EXPECT_EQ(memory_allocated_count(), blocks + 3);
-    EXPECT_EQ(sum.length(), 2 * s.length());
 }
 
 } // namespace

@@ -139,6 +139,9 @@ TEST(StrSplit, Substitutes) {
     Str own("ab"s);
     str_replace(own, own, Str("x"s));
     EXPECT_EQ(shown(own), "x");
+    EXPECT_EQ(own->size, 2);
+    str_replace(own, Str("y"s), nullptr);
+    EXPECT_EQ(own->size, 3) << "a rest is joined, with one byte to spare";
 
     std::string many;
     for (int i = 0; i < 200000; ++i) {
