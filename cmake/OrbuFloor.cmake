@@ -22,7 +22,7 @@ function(orbu_floor name)
     get_target_property(below_includes ${below} INTERFACE_INCLUDE_DIRECTORIES)
     target_include_directories(${name} PUBLIC ${below_includes})
   endforeach()
-  target_link_libraries(${name} PRIVATE ${arg_LIBRARIES})
+  target_link_libraries(${name} PUBLIC ${arg_LIBRARIES})
   set_property(GLOBAL APPEND PROPERTY ORBU_FLOORS ${name})
 
   install(DIRECTORY "${CMAKE_CURRENT_SOURCE_DIR}/${name}"

@@ -3,6 +3,7 @@
 #include "duration.h"
 #include "exitCodes.h"
 #include "qmx/qmxPipeNamedConduit.h"
+#include "serviceVerbs.h"
 #include "terminal.h"
 #include "verbs.h"
 
@@ -101,7 +102,7 @@ CLI::App* add_verb(CLI::App& app, Arguments& to, char const* name, char const* w
 int run(int argc, char** argv) {
     Arguments arguments;
     arguments.options.timeout = *parse_duration(kDefaultTimeout);
-    std::function<int()> action;
+    Action action;
     Options const& options = arguments.options;
 
     CLI::App app("Requests to the companion server, which is started if it does not run.", "orbu");

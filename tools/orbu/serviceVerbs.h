@@ -1,0 +1,11 @@
+// The verbs that need no server. Each function adds its verbs to the command line; the one that is chosen
+// sets the action, which gives the exit code and throws Failure.
+#pragma once
+
+#include <functional>
+
+namespace CLI {
+class App;
+}
+
+using Action = std::function<int()>;
