@@ -2,11 +2,15 @@
 # of the floors below it: for every floor there is an include root of its own that holds a link to that floor alone, so
 # that an upward include does not compile.
 
-# orbu_floor(<name> [FLOORS <floors below>...] [LIBRARIES <targets>...])
+# orbu_floor(<name> [FLOORS <floors below>...] [LIBRARIES <targets>...] [WITHOUT <sources>...])
+# WITHOUT leaves out a seam's sources for other platforms.
 function(orbu_floor name)
-  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FLOORS;LIBRARIES")
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "FLOORS;LIBRARIES;WITHOUT")
   file(GLOB sources CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.cpp")
   file(GLOB headers CONFIGURE_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${name}/*.h")
+
+  list(TRANSFORM arg_WITHOUT PREPEND "${CMAKE_CURRENT_SOURCE_DIR}/${name}/")
+  list(REMOVE_ITEM sources ${arg_WITHOUT})
 
   if(NOT sources)
     return()

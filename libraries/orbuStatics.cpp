@@ -6,10 +6,19 @@
 #include "orbuutil/orbuUtilPrivate.h"
 #include "orbuutil/orbuutilObjectManager.h"
 #include "orbuutil/tstr.h"
+#include "orbuutil/ttimer.h"
 #include "qmx/qmxBase.h"
 
 // The string without a handle: hosts pass it and test for it.
 const TStr TStr::null{static_cast<void* const&>(nullptr)};
+
+// All timers, and the ids of those that a tick leaves to be removed. The timers themselves are not deleted,
+// but the clock is taken off the host's event loop first: a later tick would find no code to run.
+std::vector<TTimer*> TTimer::mTimers;
+std::vector<std::int32_t> TTimer::mTimersToBeDeleted;
+static struct ClockStop {
+    ~ClockStop() { TTimer::cancelSytemTimer(); }
+} clockStop;
 
 // The object manager, and what deletes it at exit: by then everything below is gone, and its hooks run while
 // everything above is alive.
