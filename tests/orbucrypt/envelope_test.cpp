@@ -1,0 +1,322 @@
+// The expected bytes were computed with Python's hashlib and hmac and the openssl command.
+#include "orbucrypt/orbuCommon.h"
+#include "orbucrypt/orbuMashPrivate.h"
+
+#include <cryptopp/hex.h>
+#include <gtest/gtest.h>
+
+#include <optional>
+
+namespace {
+
+using namespace OrbuCommon;
+using CryptoPP::InvalidCiphertext;
+using CryptoPP::StringSink;
+using CryptoPP::StringSource;
+
+std::string hex(std::string const& bytes) {
+    std::string text;
+    StringSource(bytes, true, new CryptoPP::HexEncoder(new StringSink(text)));
+    return text;
+}
+
+unsigned char const* bytes_of(std::string const& text) {
+    return reinterpret_cast<unsigned char const*>(text.data());
+}
+
+std::string mash(std::string const& in, std::size_t length, int iterations) {
+    std::string out(length, '\0');
+    Mash(bytes_of(in), in.size(), reinterpret_cast<unsigned char*>(out.data()), length, iterations);
+    return out;
+}
+
+// `bytes` in pieces of `piece` bytes, and the end of the message.
+void put(CryptoPP::BufferedTransformation& filter, std::string const& bytes, std::size_t piece) {
+    for (std::size_t at = 0; at < bytes.size(); at += piece) {
+        filter.Put(bytes_of(bytes) + at, std::min(piece, bytes.size() - at));
+    }
+    filter.MessageEnd();
+}
+
+std::string seal(std::string const& passphrase, std::string const& message, bool mac,
+                 std::size_t piece = 4096) {
+    std::string sealed;
+    if (mac) {
+        AESEncryptorWithMAC filter(passphrase, new StringSink(sealed));
+        put(filter, message, piece);
+    } else {
+        AESEncryptor filter(passphrase, new StringSink(sealed));
+        put(filter, message, piece);
+    }
+    return sealed;
+}
+
+// What comes out, and how it ended.
+struct Opened {
+    std::string message;
+    std::string error;
+    bool good = false; // with MAC: what CheckLastMAC says
+    AESDecryptor::State state = AESDecryptor::WaitingForKeyCheck;
+};
+
+template <typename Decryptor>
+Opened open_with(std::string const& passphrase, std::string const& sealed, bool throws, std::size_t piece) {
+    Opened opened;
+    Decryptor filter(bytes_of(passphrase), passphrase.size(), new StringSink(opened.message), throws);
+    try {
+        put(filter, sealed, piece);
+    } catch (AESDecryptor::Err const& error) {
+        EXPECT_EQ(error.GetErrorType(), CryptoPP::Exception::DATA_INTEGRITY_CHECK_FAILED);
+        opened.error = error.what();
+    } catch (InvalidCiphertext const&) {
+        opened.error = "ciphertext";
+    }
+    opened.state = filter.CurrentState();
+    if constexpr (std::is_same_v<Decryptor, AESDecryptorWithMAC>) {
+        opened.good = filter.CheckLastMAC();
+    }
+    return opened;
+}
+
+Opened open(std::string const& passphrase, std::string const& sealed, bool mac, bool throws = true,
+            std::size_t piece = 4096) {
+    return mac ? open_with<AESDecryptorWithMAC>(passphrase, sealed, throws, piece)
+               : open_with<AESDecryptor>(passphrase, sealed, throws, piece);
+}
+
+constexpr char kKeyBad[] = "AESDecryptor: cannot decrypt message with this passphrase";
+constexpr char kMACBad[] = "AESDecryptorWithMAC: MAC check failed";
+
+TEST(Mash, GivesTheKnownBytes) {
+    struct {
+        std::string in;
+        std::size_t length;
+        int iterations;
+        char const* out;
+    } const rows[] = {
+        {"", 0, 1, ""},
+        {"", 16, 1, "1489F923C4DCA729178B3E3233458550"},
+        {"a", 1, 1, "9E"},
+        {"passphrase", 20, 2, "8D17A59A4905757087C1A4B9C28DA9BB0E2972E8"},
+        {"passphrase", 32, 1, "A5BEF5BC2540C689CA6E92642B6FD9F17021EF65625EAF74EC91A88BD1417DEE"},
+        {"passphrase", 32, 0, "A5BEF5BC2540C689CA6E92642B6FD9F17021EF65625EAF74EC91A88BD1417DEE"},
+        {"passphrase", 32, 2, "F1C74C6F658B7418AB9F2173346B9B168249F0D6B72E1BCC91C7C95B9B3F256A"},
+        {"passphrase", 32, 200, "A64FDD03453BE554FE13CA8F2DB3B23ECAE4E4A41083DED5BA4629A179FA7597"},
+        {std::string("\0\xFF", 2), 41, 3,
+         "A688557F6127DC37E032CF97F625AA4F10CCA78F3355729F7EFF3121C7A3A6112109326F7BC3D18D6C"},
+    };
+    for (auto const& row : rows) {
+        EXPECT_EQ(hex(mash(row.in, row.length, row.iterations)), row.out)
+            << row.length << " " << row.iterations;
+    }
+    std::string digest(20, '\0');
+    CryptoPP::SHA1().CalculateDigest(reinterpret_cast<unsigned char*>(digest.data()),
+                                     bytes_of(mash("x", 65535, 1)), 65535);
+    EXPECT_EQ(hex(digest), "7B51BBA267752850E0BC808E25DB16E37926B03C");
+    try {
+        mash("x", 65536, 1);
+        ADD_FAILURE() << "65536 bytes were mashed";
+    } catch (CryptoPP::InvalidArgument const& error) {
+        EXPECT_STREQ(error.what(), "Mash: output legnth too large");
+    }
+}
+
+TEST(Envelope, HasTheKnownBytesAtAKnownTime) {
+    static std::int64_t now[2];
+    SaltClock const kept = gSaltClock;
+    gSaltClock = {[] { return now[0]; }, [] { return now[1]; }};
+    struct {
+        std::string passphrase;
+        std::int64_t time, clock;
+        std::string message;
+        char const *plain, *withMac;
+    } const rows[] = {
+        {"", 0, 0, "", "E129F27C5103BC5C81BBC5F6C5603BA8C937B43CF6FAC3E7A22899FF2DB82B40858F044C781A9074",
+         "E129F27C5103BC5C81BBC5F6C5603BA8C937B43CF6FAC3E752B2B2ECDA57F0F39352A18E693D5FFB541ECB3F7B05DD61C16"
+         "6531B"
+         "7C87A14D"},
+        {"correct horse battery staple", 1700000000, 123456, "The quick brown fox jumps over the lazy dog.",
+         "671565D551A37934BF087B965A2EC0ED79F3E00F72083CD7DC94D417B6330871D3C33F34B877AC9B8C0E6D112413C55B17A"
+         "D0A37"
+         "ECDE2D568ED6D0D82C1E3CC4F8A4CF40A4F42D96",
+         "671565D551A37934BF087B965A2EC0ED79F3E00F72083CD7DC94D417B6330871D3C33F34B877AC9B8C0E6D112413C55B17A"
+         "D0A37"
+         "ECDE2D568CC87C6DED45748C0322D941466D1FD5C02AE7AEC3872CF0CAD93E918F64DDC3E5A67393B677649A3D4BED96B9B"
+         "4F7E3"},
+        {std::string("\0\xFF\x80", 3), -1, std::int64_t{1} << 62,
+         std::string("\0\1\2\3\4\5\6\7\x8\x9\xA\xB\xC\xD\xE\xF", 16),
+         "DB8B2E2AD39E2893B692ECF46C00212F28573F30B869F7DAB4016E1525121B7EE74B5BADD7DADA6E61CB9D447CFDCBFC59F"
+         "3F0BD"
+         "7557838F",
+         "DB8B2E2AD39E2893B692ECF46C00212F28573F30B869F7DAB4016E1525121B7EE74B5BADD7DADA6E762419EBA17DE2B1879"
+         "02947"
+         "2FC9A242B482EF84DA1DA6DC8FA4DDA32BF63032"},
+    };
+    for (auto const& row : rows) {
+        now[0] = row.time;
+        now[1] = row.clock;
+        for (std::size_t const piece : {1, 16, 4096}) {
+            EXPECT_EQ(hex(seal(row.passphrase, row.message, false, piece)), row.plain);
+            EXPECT_EQ(hex(seal(row.passphrase, row.message, true, piece)), row.withMac);
+        }
+    }
+    gSaltClock = kept;
+}
+
+TEST(Envelope, OpensForAnyLengthInPiecesOfAnySize) {
+    for (std::size_t const length : {0, 1, 15, 16, 17, 19, 20, 21, 100, 4095, 4096, 70000}) {
+        std::string message;
+        for (std::size_t i = 0; i < length; ++i) {
+            message += static_cast<char>(i * i + i / 251);
+        }
+        for (bool const mac : {false, true}) {
+            std::string const sealed = seal("secret", message, mac, 777);
+            EXPECT_EQ(sealed.size(), 8 + 16 + (length + (mac ? 20 : 0)) / 16 * 16 + 16);
+            for (std::size_t const piece : {1, 7, 23, 24, 25, 64, 100000}) {
+                Opened const opened = open("secret", sealed, mac, true, piece);
+                EXPECT_EQ(opened.error, "");
+                EXPECT_TRUE(opened.message == message) << length << " in pieces of " << piece;
+                EXPECT_EQ(opened.state, AESDecryptor::WaitingForKeyCheck);
+                EXPECT_EQ(opened.good, mac);
+            }
+        }
+    }
+}
+
+TEST(Envelope, DiffersFromOneMessageToTheNext) {
+    static std::int64_t ticks = 0;
+    SaltClock const kept = gSaltClock;
+    gSaltClock.clock = [] { return ++ticks; };
+    std::string both;
+    AESEncryptorWithMAC filter("secret", new StringSink(both));
+    put(filter, "the same", 3);
+    std::size_t const length = both.size();
+    put(filter, "the same", 8);
+    gSaltClock = kept;
+    ASSERT_EQ(both.size(), 2 * length);
+    EXPECT_NE(both.substr(0, 8), both.substr(length, 8));
+    EXPECT_EQ(open("secret", both.substr(length), true).message, "the same");
+}
+
+TEST(Envelope, TellsAWrongPassphraseBeforeItPutsAnythingOut) {
+    for (bool const mac : {false, true}) {
+        std::string const sealed = seal("secret", std::string(1000, 'x'), mac);
+        for (std::size_t const piece : {5, 24, 5000}) {
+            Opened const thrown = open("Secret", sealed, mac, true, piece);
+            EXPECT_EQ(thrown.error, kKeyBad);
+            EXPECT_EQ(thrown.message, "");
+            EXPECT_EQ(thrown.state, AESDecryptor::KeyBad);
+            EXPECT_FALSE(thrown.good);
+        }
+        // Not told to throw, it passes the data on; whatever becomes of the padding, nothing of ours is
+        // thrown.
+        Opened const passed = open("Secret", sealed, mac, false);
+        EXPECT_TRUE(passed.error.empty() || passed.error == "ciphertext");
+        EXPECT_FALSE(passed.message.empty());
+        EXPECT_FALSE(passed.good);
+        AESDecryptor filter("Secret", nullptr, false);
+        filter.Put(bytes_of(sealed), 24);
+        EXPECT_EQ(filter.CurrentState(), AESDecryptor::KeyBad);
+    }
+}
+
+TEST(Envelope, CutShortIsAnErrorAtEveryLength) {
+    for (bool const mac : {false, true}) {
+        std::string const sealed = seal("secret", std::string(40, 'x'), mac);
+        for (std::size_t length = 0; length < sealed.size(); ++length) {
+            Opened const thrown = open("secret", sealed.substr(0, length), mac);
+            Opened const silent = open("secret", sealed.substr(0, length), mac, false);
+            if (length < 24) {
+                EXPECT_EQ(thrown.error, kKeyBad);
+                EXPECT_EQ(silent.error, "");
+                EXPECT_EQ(silent.state, AESDecryptor::KeyBad);
+            } else {
+                EXPECT_EQ(thrown.error, "ciphertext") << length;
+                EXPECT_EQ(silent.error, "ciphertext") << length;
+                EXPECT_EQ(silent.state, AESDecryptor::KeyGood);
+            }
+            EXPECT_FALSE(silent.good);
+        }
+    }
+}
+
+TEST(Envelope, WithMACShowsEveryBitThatFlipped) {
+    std::string const sealed = seal("secret", "thirty bytes of plain text ...", true);
+    for (std::size_t bit = 0; bit < sealed.size() * 8; ++bit) {
+        std::string damaged = sealed;
+        damaged[bit / 8] ^= static_cast<char>(1 << bit % 8);
+        Opened const thrown = open("secret", damaged, true);
+        Opened const silent = open("secret", damaged, true, false);
+        EXPECT_FALSE(thrown.good || silent.good) << bit;
+        if (bit < 24 * 8) {
+            EXPECT_EQ(thrown.error, kKeyBad) << bit;
+        } else {
+            EXPECT_TRUE(thrown.error == kMACBad || thrown.error == "ciphertext") << bit << thrown.error;
+            EXPECT_TRUE(silent.error.empty() || silent.error == "ciphertext") << bit << silent.error;
+        }
+    }
+    // Sealed without one, the last bytes of the message are taken for it, or are too few.
+    EXPECT_EQ(open("secret", seal("secret", std::string(40, 'x'), false), true).error, kMACBad);
+    EXPECT_EQ(open("secret", seal("secret", "short", false), true).error, kMACBad);
+}
+
+TEST(Envelope, StartsAfreshAfterEveryEnd) {
+    std::string const good = seal("secret", "a message of some length, good", true);
+    std::string const other = seal("other", "a message", true);
+    std::string damaged = good;
+    damaged[30] ^= 1;
+    std::string out;
+    AESDecryptorWithMAC filter("secret", new StringSink(out));
+    auto const opens_good = [&] {
+        out.clear();
+        EXPECT_NO_THROW(put(filter, good, 10));
+        EXPECT_TRUE(filter.CheckLastMAC());
+        EXPECT_EQ(out, "a message of some length, good");
+    };
+    opens_good();
+    for (std::string const& bad :
+         {good.substr(0, 23), good.substr(0, 24), good.substr(0, 60), damaged, other}) {
+        EXPECT_THROW(put(filter, bad, 10), CryptoPP::Exception);
+        EXPECT_FALSE(filter.CheckLastMAC());
+        opens_good();
+    }
+    // Given up half-way.
+    filter.Put(bytes_of(good), 50);
+    filter.IsolatedInitialize(CryptoPP::g_nullNameValuePairs);
+    opens_good();
+}
+
+// An attachment that fails once, as a full disk does.
+class FailingSink : public CryptoPP::Bufferless<CryptoPP::Sink> {
+public:
+    FailingSink(std::string& to, std::optional<std::size_t>& room) : mTo(to), mRoom(room) {}
+    std::size_t Put2(unsigned char const* bytes, std::size_t length, int, bool) override {
+        if (mRoom && mTo.size() + length > *mRoom) {
+            mRoom.reset();
+            throw CryptoPP::Exception(CryptoPP::Exception::IO_ERROR, "full");
+        }
+        mTo.append(reinterpret_cast<char const*>(bytes), length);
+        return 0;
+    }
+
+private:
+    std::string& mTo;
+    std::optional<std::size_t>& mRoom;
+};
+
+TEST(Envelope, PassesTheAttachmentsFailureOn) {
+    std::string out;
+    std::optional<std::size_t> room;
+    AESEncryptorWithMAC filter("secret", new FailingSink(out, room));
+    for (std::size_t const first : {0, 20, 100, 130}) {
+        out.clear();
+        room = first;
+        EXPECT_THROW(put(filter, std::string(100, 'y'), 50), CryptoPP::Exception);
+        out.clear();
+        filter.IsolatedInitialize(CryptoPP::g_nullNameValuePairs);
+        put(filter, "and again", 4);
+        EXPECT_EQ(open("secret", out, true).message, "and again") << first;
+    }
+}
+
+} // namespace
