@@ -1,0 +1,161 @@
+#include "orbuutil/orbuSingleton.h"
+#include "orbuutil/orbuutilObjectManager.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Manager = COrbuUtilObjectManager;
+using testing::ElementsAre;
+
+std::vector<std::string> events;
+
+void note(void* object, void* param) {
+    events.push_back((object != nullptr ? static_cast<const char*>(object) : "null") + std::string(":") +
+                     (param != nullptr ? static_cast<const char*>(param) : "null"));
+}
+
+// Runs what `object` points at.
+void run(void* object, void*) { (*static_cast<std::function<void()>*>(object))(); }
+
+void* object(const char* name) { return const_cast<char*>(name); }
+
+struct Watched : COrbuUtilCleanup {
+    explicit Watched(const char* label) : name(label) {}
+    ~Watched() override { note(object(name), object("deleted")); }
+    const char* const name;
+};
+
+struct Reused : Watched {
+    using Watched::Watched;
+    void cleanup(void* param) override { note(object(name), param); }
+};
+
+// Each starts with the process's manager fresh, and leaves it so.
+class Lifetime : public testing::Test {
+protected:
+    Lifetime() {
+        COrbuUtilObjectManagerManager::cleanup();
+        events.clear();
+    }
+    ~Lifetime() override { COrbuUtilObjectManagerManager::cleanup(); }
+};
+
+TEST_F(Lifetime, RunsEachEntryOnceAndTheNewestFirst) {
+    static char a[] = "a";
+    Reused reused("reused");
+    EXPECT_EQ(Manager::at_exit(a, note, object("1")), 0);
+    EXPECT_EQ(Manager::at_exit(new Watched("owned"), nullptr), 0);
+    EXPECT_EQ(Manager::at_exit(&reused, object("2")), 0);
+    EXPECT_EQ(Manager::at_exit(&orbu_exit_hook_marker, note, object("3")), 0); // gets no argument
+    EXPECT_EQ(Manager::at_exit(nullptr, note, object("4")), 0);
+    // One entry for an object, whatever the hook; and null is one.
+    EXPECT_EQ(Manager::at_exit(a, run, nullptr), -1);
+    EXPECT_EQ(Manager::at_exit(nullptr, note, nullptr), -1);
+    EXPECT_EQ(Manager::at_exit(&reused, nullptr), -1);
+
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_THAT(events, ElementsAre("null:4", "null:null", "reused:2", "owned:deleted", "a:1"));
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_EQ(events.size(), 5u);
+}
+
+TEST_F(Lifetime, PassesOverWhatCannotBeCalled) {
+    static char a[] = "a";
+    EXPECT_EQ(Manager::at_exit(static_cast<COrbuUtilCleanup*>(nullptr), nullptr), 0);
+    EXPECT_EQ(Manager::at_exit(a, nullptr, nullptr), 0);
+    EXPECT_EQ(Manager::instance()->fini(), 0);
+}
+
+TEST_F(Lifetime, RefusesWhileTheHooksRun) {
+    static char late[] = "late";
+    std::vector<int> results;
+    std::function<void()> meddle = [&] {
+        Manager* const manager = Manager::instance();
+        results = {Manager::at_exit(late, note, nullptr), manager->at_exit_i(late, note, nullptr),
+                   manager->init(), manager->fini()};
+        // Must not free the list that is being walked.
+        COrbuUtilObjectManagerManager::cleanup();
+        EXPECT_EQ(Manager::instance(), manager);
+    };
+    static char first[] = "first";
+    Manager::at_exit(first, note, nullptr);
+    Manager::at_exit(&meddle, run, nullptr);
+    EXPECT_EQ(Manager::instance()->fini(), 0);
+    EXPECT_THAT(results, ElementsAre(-1, -1, 1, -1));
+    EXPECT_THAT(events, ElementsAre("first:null"));
+}
+
+TEST_F(Lifetime, GoesThroughItsStatesOnce) {
+    Manager own; // there is none, so it is the process's
+    EXPECT_EQ(Manager::instance(), &own);
+    Manager second; // and this one is not
+    EXPECT_EQ(Manager::instance(), &own);
+    EXPECT_FALSE(own.starting_up_i() || own.shutting_down_i());
+    EXPECT_EQ(own.init(), 1);
+    EXPECT_EQ(own.fini(), 0);
+    EXPECT_TRUE(own.shutting_down_i());
+    EXPECT_EQ(own.fini(), 1);
+    EXPECT_EQ(own.at_exit_i(&own, note, nullptr), -1);
+    EXPECT_EQ(second.at_exit_i(object("second"), note, nullptr), 0);
+    // The process starts afresh, and what it has now outlives the others.
+    EXPECT_NE(Manager::instance(), &own);
+    EXPECT_EQ(Manager::at_exit(&own, note, nullptr), 0);
+    EXPECT_EQ(Manager::at_exit(&own, note, nullptr), -1);
+    second.fini();
+    EXPECT_THAT(events, ElementsAre("second:null"));
+    events.clear();
+    Manager::at_exit(object("third"), note, nullptr);
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_EQ(events.size(), 2u);
+}
+
+TEST_F(Lifetime, FreesALongListWithoutDeepRecursion) {
+    static long calls;
+    calls = 0;
+    COrbuUtilExitInfo list;
+    for (long i = 0; i < 1000000; ++i) {
+        list.at_exit_i(
+            &calls, [](void* count, void*) { *static_cast<long*>(count) += 1; }, nullptr);
+    }
+    EXPECT_EQ(list.find(&calls), 1);
+    EXPECT_EQ(list.find(nullptr), 0); // the sentinel is not looked at
+    list.call_hooks();
+    EXPECT_EQ(calls, 1000000);
+}
+
+struct Service {
+    Service() : serial(++made) { note(object("service"), object("made")); }
+    ~Service() { note(object("service"), object("gone")); }
+    int serial;
+    static int made;
+};
+int Service::made = 0;
+
+struct Latecomer : Service {};
+
+TEST_F(Lifetime, MakesASingletonAgainAfterATeardown) {
+    Service* const first = COrbuUtilSingleton<Service>::instance();
+    EXPECT_EQ(COrbuUtilSingleton<Service>::instance(), first);
+    const int serial = first->serial;
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_EQ(COrbuUtilSingleton<Service>::instance()->serial, serial + 1);
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_THAT(events, ElementsAre("service:made", "service:gone", "service:made", "service:gone"));
+}
+
+TEST_F(Lifetime, KeepsASingletonThatIsMadeDuringTheTeardown) {
+    int serial = 0;
+    std::function<void()> touch = [&] { serial = COrbuUtilSingleton<Latecomer>::instance()->serial; };
+    Manager::at_exit(&touch, run, nullptr);
+    COrbuUtilObjectManagerManager::cleanup();
+    COrbuUtilObjectManagerManager::cleanup();
+    EXPECT_THAT(events, ElementsAre("service:made"));
+    EXPECT_EQ(COrbuUtilSingleton<Latecomer>::instance()->serial, serial);
+}
+
+} // namespace
