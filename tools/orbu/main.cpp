@@ -20,7 +20,7 @@ constexpr char kDefaultTimeout[] = "30s";
 constexpr char kFooter[] = R"(Exit codes:
   0 done                           4 no answer within --timeout
   1 the answer is no               6 refused or failed
-  2 wrong usage                    7 a value or a recorded line cannot be read
+  2 wrong usage                    7 a value, a recorded line or an envelope cannot be read
   3 no server, none to be started  130 interrupted
 
 Data goes to standard output, everything else to standard error. NO_COLOR is respected.
@@ -130,6 +130,8 @@ int run(int argc, char** argv) {
                     kReplayExamples);
     verb->add_option("FILE", arguments.file, "The record; - is standard input")->required();
     verb->callback([&] { action = [&] { return replay(options, arguments.file); }; });
+
+    add_envelope_verbs(app, action);
 
     try {
         app.parse(argc, argv);

@@ -9,3 +9,5 @@ class App;
 }
 
 using Action = std::function<int()>;
+
+void add_envelope_verbs(CLI::App& app, Action& action);

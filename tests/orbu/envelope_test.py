@@ -1,0 +1,259 @@
+"""orbu seal and orbu open, beside an implementation of the envelope of their own kind: hashlib and the openssl command."""
+import hashlib
+import hmac
+import os
+import pty
+import resource
+import shutil
+import signal
+import struct
+import subprocess
+import tempfile
+import termios
+import time
+import unittest
+
+ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
+SECONDS = 60  # for what is expected to happen
+DONE, USAGE, FAILED, BAD_DATA = 0, 2, 6, 7
+SECRET = "gehe\xefm \u2713".encode()
+
+
+def sha1(*parts):
+    return hashlib.sha1(b"".join(parts)).digest()
+
+
+def mash(data, length, iterations):
+    for _ in range(iterations):
+        data = b"".join(sha1(struct.pack(">H", at), data) for at in range(0, length, 20))
+    return data[:length]
+
+
+def aes(data, salt, *options):
+    stretched = mash(SECRET + salt, 32, 200)
+    command = ["openssl", "enc", "-aes-128-cbc", *options, "-K", stretched[:16].hex(), "-iv", stretched[16:].hex()]
+    return subprocess.run(command, input=data, stdout=subprocess.PIPE, check=True, timeout=SECONDS).stdout
+
+
+def seal(message, salt, mac):
+    code = hmac.digest(mash(SECRET, 16, 1), message, "sha1") if mac else b""
+    return salt + aes(sha1(SECRET, salt)[:16] + message + code, salt)
+
+
+def open_sealed(sealed, mac):
+    data = aes(sealed[8:], sealed[:8], "-d")
+    assert data[:16] == sha1(SECRET, sealed[:8])[:16]
+    message = data[16:-20] if mac else data[16:]
+    assert not mac or data[-20:] == hmac.digest(mash(SECRET, 16, 1), message, "sha1")
+    return message
+
+
+class EnvelopeTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.secret = self.file("secret", SECRET + b"\nanother line\n")
+
+    def path(self, name):
+        return os.path.join(self.folder, name)
+
+    def file(self, name, content):
+        with open(self.path(name), "wb") as file:
+            file.write(content)
+        return self.path(name)
+
+    def content(self, name):
+        with open(self.path(name), "rb") as file:
+            return file.read()
+
+    def orbu(self, *arguments, code=DONE, secret=None, **options):
+        """What the verb puts out; the environment has a folder for temporary files that must stay empty."""
+        spool = self.path("spool")
+        os.makedirs(spool, exist_ok=True)
+        source = ["--passphrase-file", secret or self.secret]
+        result = subprocess.run([ORBU, *arguments, *source], capture_output=True, timeout=SECONDS, check=False,
+                                env={**os.environ, "TMPDIR": spool}, **options)
+        self.assertEqual(result.returncode, code, result.stderr)
+        self.assertEqual(result.stderr == b"", code == DONE)
+        self.assertEqual(os.listdir(spool), [])
+        return result.stdout
+
+    def test_agrees_with_an_implementation_of_its_own(self):
+        for message in b"", b"x" * 15, b"x" * 16, os.urandom(100_000):
+            for mac, options in (True, []), (False, ["--no-mac"]):
+                with self.subTest(length=len(message), mac=mac):
+                    ours = self.orbu("seal", *options, input=message)
+                    self.assertEqual(open_sealed(ours, mac), message)
+                    self.assertEqual(seal(message, ours[:8], mac), ours)
+                    theirs = seal(message, b"\0salt\xff\n8", mac)
+                    self.assertEqual(self.orbu("open", *options, input=theirs), message)
+
+    def test_files(self):
+        plain, sealed, link = self.file("plain", b"some text\n" * 9), self.path("sealed"), self.path("link")
+        self.orbu("seal", plain, "-o", sealed)
+        self.assertEqual(self.orbu("open", sealed), self.content("plain"))
+        os.symlink("opened", link)
+        self.file("opened", b"before")
+        os.chmod(self.path("opened"), 0o640)
+        self.orbu("open", sealed, "-o", link)
+        self.assertTrue(os.path.islink(link))
+        self.assertEqual(os.stat(link).st_mode & 0o777, 0o640)
+        self.assertEqual(self.content("opened"), self.content("plain"))
+        self.orbu("seal", plain, "-o", plain)  # in its own place
+        self.assertEqual(self.orbu("open", plain), self.content("opened"))
+
+    def test_nothing_comes_of_what_is_bad(self):
+        sealed = self.orbu("seal", input=b"text " * 100_000)
+        flipped = bytearray(sealed)
+        flipped[-1000] ^= 1
+        other = self.file("other", b"wrong")
+        rows = [("passphrase", sealed, other, b"wrong passphrase"), ("nothing", b"", None, b"wrong passphrase"),
+                ("23 bytes", sealed[:23], None, b"wrong passphrase"), ("cut", sealed[:-16], None, b"damaged"),
+                ("cut in a block", sealed[:-1], None, b"damaged"), ("bit", bytes(flipped), None, b"damaged")]
+        before = sorted(os.listdir(self.folder))
+        for name, data, secret, said in rows:
+            with self.subTest(name):
+                self.assertEqual(self.orbu("open", code=BAD_DATA, secret=secret, input=data), b"")
+                self.orbu("open", "-o", self.path("new"), code=BAD_DATA, secret=secret, input=data)
+                self.orbu("open", "-o", other, code=BAD_DATA, secret=secret, input=data)
+                self.assertEqual(self.content("other"), b"wrong")
+                self.assertEqual(sorted(os.listdir(self.folder)), before)
+                command = [ORBU, "open", "--passphrase-file", secret or self.secret]
+                talk = subprocess.run(command, input=data, capture_output=True, check=False, timeout=SECONDS).stderr
+                self.assertIn(said, talk)
+
+    def test_failures_of_the_system(self):
+        plain = self.file("plain", b"x" * 3_000_000)
+        before = sorted(os.listdir(self.folder) + ["spool"])
+        self.orbu("seal", self.path("none"), code=FAILED)
+        self.orbu("seal", self.folder, code=FAILED)
+        self.orbu("seal", plain, "-o", self.path("none/sealed"), code=FAILED)
+        self.orbu("seal", plain, "-o", "/dev/full", code=FAILED)
+        # A disk that is full for the result, and for the temporary file.
+        limit = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (1_000_000,) * 2)}
+        self.orbu("seal", plain, "-o", self.path("sealed"), code=FAILED, **limit)
+        self.assertEqual(sorted(os.listdir(self.folder)), before)
+        self.orbu("seal", plain, "-o", plain)
+        self.assertEqual(self.orbu("open", plain, code=FAILED, **limit), b"")
+
+    def test_passphrases_are_one_line(self):
+        for given, kept, code in [(SECRET, SECRET, DONE), (SECRET + b"\n\n", SECRET, DONE), (b"\n", b"", USAGE),
+                                  (b"a\0b\r\n", b"a\0b\r", DONE), (b"x" * 4097, b"", USAGE), (b"x" * 4096, b"x" * 4096, DONE)]:
+            with self.subTest(given[:10]):
+                sealed = self.orbu("seal", code=code, secret=self.file("given", given), input=b"text")
+                if code == DONE:
+                    self.assertEqual(self.orbu("open", secret=self.file("kept", kept), input=sealed), b"text")
+        # From a descriptor no byte more than the line is taken.
+        both = subprocess.run([ORBU, "seal", "--passphrase-fd", "0"], input=SECRET + b"\ntext\n", capture_output=True,
+                              timeout=SECONDS, check=True)
+        self.assertEqual(self.orbu("open", input=both.stdout), b"text\n")
+
+    def test_signals_leave_nothing_behind(self):
+        sealed = self.orbu("seal", input=os.urandom(1_000_000))
+        self.file("opened", b"before")
+        before = sorted(os.listdir(self.folder))
+        numbers = [signal.SIGTERM, signal.SIGINT, signal.SIGHUP]
+        try:
+            os.close(os.open(self.folder, os.O_TMPFILE | os.O_WRONLY))
+            numbers.append(signal.SIGKILL)  # here a file needs no name until it is done
+        except (OSError, AttributeError):
+            pass
+        for number in numbers:
+            command = [ORBU, "open", "--passphrase-file", self.secret, "-o", self.path("opened")]
+            with subprocess.Popen(command, stdin=subprocess.PIPE, stderr=subprocess.DEVNULL) as process:
+                process.stdin.write(sealed[:-10])  # more than the pipe holds: it is at work
+                process.stdin.flush()
+                process.send_signal(number)
+                code = process.wait(SECONDS)
+            self.assertEqual(code, -number if number == signal.SIGKILL else 128 + number)
+            self.assertEqual(sorted(os.listdir(self.folder)), before)
+            self.assertEqual(self.content("opened"), b"before")
+
+    def test_progress_of_long_input_on_a_terminal(self):
+        master, terminal = pty.openpty()
+        self.addCleanup(os.close, master)
+        command = [ORBU, "seal", "--passphrase-file", self.secret, "-o", self.path("sealed")]
+        with subprocess.Popen(command, stdin=subprocess.PIPE, stderr=terminal, env={**os.environ, "TERM": "xterm"}) as process:
+            os.close(terminal)
+            for _ in range(2):
+                process.stdin.write(b"x" * 500_000)
+                process.stdin.flush()
+                time.sleep(0.5)
+            process.stdin.close()
+            self.assertEqual(process.wait(SECONDS), DONE)
+        self.assertIn(b"sealing", os.read(master, 4096))
+
+
+class PromptTest(unittest.TestCase):
+    """At a terminal of its own, as a person would sit there."""
+
+    def setUp(self):
+        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.plain, self.sealed = (os.path.join(self.folder, name) for name in ("plain", "sealed"))
+        with open(self.plain, "wb") as file:
+            file.write(b"text")
+
+    def begin(self, *arguments):
+        self.pid, self.master = pty.fork()
+        if self.pid == 0:
+            os.execv(ORBU, [ORBU, *arguments])
+        self.addCleanup(os.close, self.master)
+        self.shown = b""
+
+    def echoes(self):
+        return bool(termios.tcgetattr(self.master)[3] & termios.ECHO)
+
+    def wait_for(self, condition, what):
+        end = time.monotonic() + SECONDS
+        while not condition():
+            self.assertLess(time.monotonic(), end, f"{what}: {self.shown}")
+            time.sleep(0.01)
+
+    def answer(self, prompt, text):
+        while not self.shown.endswith(prompt):
+            self.shown += os.read(self.master, 4096)
+        self.assertFalse(self.echoes())
+        os.write(self.master, text)
+        self.shown += b"|"
+
+    def end(self):
+        try:
+            while data := os.read(self.master, 4096):
+                self.shown += data
+        except OSError:
+            pass  # the terminal's other end is closed
+        return os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
+
+    def test_asks_without_echo(self):
+        self.begin("seal", self.plain, "-o", self.sealed)
+        self.answer(b"Passphrase: ", b"secret\n")
+        self.answer(b"Once more: ", b"secret\n")
+        self.assertEqual(self.end(), DONE)
+        self.begin("open", self.sealed)
+        self.answer(b"Passphrase: ", b"secret\n")
+        self.assertEqual(self.end(), DONE)
+        self.assertEqual(self.shown, b"Passphrase: |\r\ntext")
+        for first, second in (b"secret\n", b"Secret\n"), (b"\x04", None), (b"\n", None):
+            self.begin("seal", self.plain, "-o", self.plain)
+            self.answer(b"Passphrase: ", first)
+            if second:
+                self.answer(b"Once more: ", second)
+            self.assertEqual(self.end(), USAGE)
+        self.begin("seal", self.plain)
+        self.assertEqual(self.end(), USAGE, "an envelope went to a terminal")
+        self.assertEqual(sorted(os.listdir(self.folder)), ["plain", "sealed"])
+
+    def test_gives_the_terminal_back(self):
+        self.begin("open", self.plain)
+        self.answer(b"Passphrase: ", b"\x1a")
+        self.assertTrue(os.WIFSTOPPED(os.waitpid(self.pid, os.WUNTRACED)[1]))
+        self.assertTrue(self.echoes())
+        os.kill(self.pid, signal.SIGCONT)
+        self.answer(b"Passphrase: ", b"\x03")
+        self.wait_for(self.echoes, "the echo")
+        self.assertEqual(self.end(), 130)
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
