@@ -3,6 +3,7 @@
 #include "orbuutil/orbuSettingsPrivate.h"
 
 #include <cstring>
+#include <string>
 #include <tinyxml2.h>
 #include <utility>
 
@@ -30,6 +31,18 @@ tinyxml2::XMLElement* findChild(tinyxml2::XMLElement* parent, const char* name, 
         child = child->NextSiblingElement(name);
     }
     return child;
+}
+
+// The outer brackets of the declaration are read as a text of their own, with the space behind them, and each
+// save would put a line end more behind that.
+void trimText(tinyxml2::XMLDocument& document) {
+    for (tinyxml2::XMLNode* node = document.FirstChild(); node != nullptr; node = node->NextSibling()) {
+        if (node->ToText() != nullptr) {
+            std::string text = node->Value();
+            text.erase(text.find_last_not_of(" \t\r\n") + 1);
+            node->SetValue(text.c_str());
+        }
+    }
 }
 
 // Calls `visit` with section, key and the text, which may be null, for each value that has both names.
@@ -90,6 +103,7 @@ bool OrbuSettings::readElements() {
             return fail("the declaration cannot be put in", 0);
         }
     }
+    trimText(*document);
     _pXmlRoot = document->FirstChildElement(kXmlTagSettings);
     if (_pXmlRoot == nullptr) {
         tinyxml2::XMLElement const* const other = document->RootElement();

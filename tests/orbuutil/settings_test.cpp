@@ -180,6 +180,17 @@ TEST_F(Settings, Saves) {
     EXPECT_EQ(stored(), (Values{{"a/k", odd}, {"b/k", "1"}}));
     EXPECT_EQ(::sem_unlink(mutex.c_str()), -1); // no name is left behind
 
+    // Saving what is there changes nothing from the second time on.
+    std::string texts[3];
+    for (std::string& text : texts) {
+        OrbuSettings same(false);
+        EXPECT_TRUE(same.open(file.c_str(), false));
+        same.setData("b", "k", "1");
+        same.save(file.c_str());
+        text = fileText(file);
+    }
+    EXPECT_EQ(texts[1], texts[2]);
+
     // Two objects, read before either saves; a shorter text follows a longer one.
     OrbuSettings one(false);
     OrbuSettings other(false);

@@ -132,6 +132,7 @@ int run(int argc, char** argv) {
     verb->callback([&] { action = [&] { return replay(options, arguments.file); }; });
 
     add_envelope_verbs(app, action);
+    add_settings_verbs(app, action);
 
     try {
         app.parse(argc, argv);

@@ -11,3 +11,4 @@ class App;
 using Action = std::function<int()>;
 
 void add_envelope_verbs(CLI::App& app, Action& action);
+void add_settings_verbs(CLI::App& app, Action& action); // settings
