@@ -2,6 +2,8 @@
 // start-up, and from the bottom it is shutdown: the process's exit list runs what is registered here
 // backward. No other source of the library has a dynamic initialiser; what they hold is constinit or made on
 // first use.
+#include "orbulog/orbuLoggable.h"
+#include "orbulog/orbuLogger.h"
 #include "orbuutil/orbuUtilCustomEnv.h"
 #include "orbuutil/orbuUtilPrivate.h"
 #include "orbuutil/orbuutilObjectManager.h"
@@ -32,3 +34,8 @@ TStr OrbuUtil_CustomInstallLocationPath("");
 // The two built-in counters. At exit they report on standard error what was counted and not taken off.
 QMXBaseStaticCounter QMXBasePrivate::mAllocatedBytes("QMXBase Allocated Bytes", 0);
 QMXBaseStaticCounter QMXBasePrivate::mAllocatedInstances("QMXBase Allocated Instances", 0);
+
+// What the logs keep: the names of host and system, and the logger of OrbuLogger::instance().
+TStr OrbuLoggable::msHostName("");
+TStr OrbuLoggable::msPlatformOS("");
+std::unique_ptr<OrbuLogger> OrbuLogger::mInstance;

@@ -14,7 +14,7 @@ endforeach()
 
 # Statics that host and library share must be there for the host to find.
 foreach(shared "TList<TStr>::sinfo" "TMap<TStr, TStr>::sinfo" "TMap<TStr, QMXValue>::sinfo" "TStr::null" "Debug"
-        "QMXPipeConduit::sLastSessionId")
+        "QMXPipeConduit::sLastSessionId" "COrbuUtilSingleton<OrbuLogger>::singleton_")
   string(FIND "${symbols}" " ${shared}\n" at)
   if(at EQUAL -1)
     message(SEND_ERROR "not exported: ${shared}")

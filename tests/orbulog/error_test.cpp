@@ -1,0 +1,171 @@
+#include "logSupport.h"
+
+#include "orbulog/orbuIntError.h"
+#include "orbulog/orbuLogger.h"
+
+#include <fstream>
+
+namespace {
+
+using ::testing::ElementsAre;
+
+constexpr char kTable[] = R"(<?xml version="1.0"?><ERRORTABLES>
+<TABLE VENDORID="x"><NAME>No number</NAME></TABLE>
+<TABLE VENDORID="7"><ERROR CODE="12"><DESCRIPTION>Disk full</DESCRIPTION></ERROR><ERROR CODE="y"/>
+  <ERROR CODE="13"/><ERROR CODE="14"><DESCRIPTION/></ERROR><ERROR CODE="12"><DESCRIPTION>again</DESCRIPTION></ERROR>
+  <ERROR/><ERROR CODE="15"><DESCRIPTION>hidden</DESCRIPTION></ERROR></TABLE>
+<TABLE VENDORID="7"><NAME>Runtime</NAME><ERROR CODE="16"><DESCRIPTION>second table</DESCRIPTION></ERROR></TABLE>
+<TABLE VENDORID="1"><NAME>Host</NAME><ERROR CODE="12"><DESCRIPTION>No connection</DESCRIPTION></ERROR></TABLE>
+<TABLE><NAME>Unnumbered</NAME></TABLE>
+<TABLE VENDORID="8"><NAME>Hidden</NAME><ERROR CODE="1"><DESCRIPTION>hidden</DESCRIPTION></ERROR></TABLE>
+</ERRORTABLES><ERRORTABLES/>)";
+
+class ErrorTable : public LogTest {
+protected:
+    std::string path() const { return folder + "/table.xml"; }
+};
+
+TEST_F(ErrorTable, FindsWords) {
+    writeFile(path(), kTable);
+    OrbuErrorTable table(path().c_str());
+    EXPECT_EQ("", shown(table.GetVendorName(7)));
+    ASSERT_TRUE(table.Load());
+    struct {
+        int vendor;
+        char const* name;
+        int status;
+        char const* words;
+    } const cases[] = {
+        {7, "Runtime", 12, "Disk full"}, // the name is in another table than the words
+        {7, "Runtime", 13, ""},
+        {7, "Runtime", 14, ""},
+        {7, "Runtime", 15, ""}, // behind an error
+                                // without number
+        {7, "Runtime", 16, ""}, // in a second table
+        {1, "Host", 12, "No connection"},
+        {8, "", 1, ""},
+        {0, "", 0, ""},
+        {-1, "", -1, ""},
+    };
+    for (auto const& [vendor, name, status, words] : cases) {
+        EXPECT_EQ(name, shown(table.GetVendorName(vendor)));
+        EXPECT_EQ(words, shown(table.GetErrorDescription(vendor, status))) << vendor << " " << status;
+    }
+    EXPECT_EQ("", shown(table.GetVendorErrorDescription(nullptr, 1)));
+    std::string all;
+    auto const collect = [](int status, TStr const& words, void* to) {
+        *static_cast<std::string*>(to) += std::to_string(status) + "=" + shown(words) + ";";
+    };
+    EXPECT_EQ(4, table.ForEachError(7, collect, &all));
+    EXPECT_EQ("12=Disk full;13=;14=;12=again;", all);
+}
+
+TEST_F(ErrorTable, AnswersNothingForWhatIsNoTable) {
+    std::string const whole = kTable;
+    std::string deep;
+    for (int i = 0; i < 100000; ++i) {
+        deep += "<TABLE VENDORID=\"7\">";
+    }
+    std::pair<std::string, bool> const cases[] = {
+        {"", false},
+        {"no XML", false},
+        {whole.substr(0, whole.size() / 2), false},
+        {deep, false},
+        {std::string(1000, '\0') + whole, false},
+        {"<OTHER/>", true},
+        {"<ERRORTABLES><TABLE VENDORID='7'/></ERRORTABLES>", true},
+        {"<ERRORTABLES>&#xFFFF;<TABLE "
+         "VENDORID='99999999999999999999'><NAME>\xFF\xFE</NAME></TABLE></ERRORTABLES>",
+         true},
+        {"<!DOCTYPE a [<!ENTITY b \"bb\"><!ENTITY c \"&b;&b;\">]><ERRORTABLES>&c;</ERRORTABLES>", true},
+    };
+    for (auto const& [text, loads] : cases) {
+        writeFile(path(), text);
+        OrbuErrorTable table(path().c_str());
+        EXPECT_EQ(loads, table.Load()) << text.substr(0, 60);
+        EXPECT_EQ("", shown(table.GetVendorName(7)));
+        EXPECT_EQ("", shown(table.GetErrorDescription(7, 12)));
+    }
+    for (std::string const& name : {std::string(), folder, folder + "/none"}) {
+        OrbuErrorTable table(name.c_str());
+        EXPECT_FALSE(table.Load());
+        EXPECT_EQ("", shown(table.GetVendorName(7)));
+    }
+    // A table that was good and cannot be loaded again answers no more.
+    writeFile(path(), whole);
+    OrbuErrorTable table(path().c_str());
+    ASSERT_TRUE(table.Load());
+    table.SetPathName("/nowhere");
+    EXPECT_EQ("Host", shown(table.GetVendorName(1)));
+    EXPECT_FALSE(table.Load());
+    EXPECT_EQ("", shown(table.GetVendorName(1)));
+}
+
+class ErrorReport : public LogTest {
+protected:
+    // The lines of one report, behind their section.
+    std::vector<std::string> report(OrbuErrorBase const& error) {
+        std::string const path = folder + "/general.log";
+        OrbuLogger logger(path.c_str());
+        logger.startLogging();
+        logger.log(error);
+        auto lines = linesOf(path);
+        for (auto& line : lines) {
+            EXPECT_EQ(0u, line.find(shown(logger.getHeader()) + "\t"));
+            line.erase(0, line.find('\t') + 1);
+        }
+        std::remove(path.c_str());
+        return lines;
+    }
+    static std::string osRelease() {
+        std::ifstream file("/etc/os-release");
+        for (std::string line; std::getline(file, line);) {
+            if (line.rfind("PRETTY_NAME=\"", 0) == 0) {
+                return line.substr(13, line.size() - 14);
+            }
+        }
+        return "";
+    }
+};
+
+TEST_F(ErrorReport, TellsNumbersWithoutTable) {
+    OrbuErrorBase error(Orbu::VendorOrbuRT, 12, "/a/b/source", 42, "31.0.9.0", "cannot read %1");
+    auto lines = report(error);
+    ASSERT_EQ(6u, lines.size());
+    char host[256] = {};
+    ::gethostname(host, sizeof host - 1);
+    EXPECT_EQ(std::string("ComputerName=") + host, lines[1]);
+    if (!osRelease().empty()) {
+        EXPECT_EQ("OS=" + osRelease(), lines[2]);
+    }
+    lines.erase(lines.begin() + 1, lines.begin() + 3);
+    EXPECT_THAT(lines, ElementsAre("Reason=Fatal error", "File=source,Line=42", "VendorID=7",
+                                   "VendorError=12 [cannot read %1]"));
+
+    error.setReason("Out of luck");
+    EXPECT_EQ("Reason=Out of luck", report(error)[0]);
+    error.clear();
+    lines = report(error);
+    lines.erase(lines.begin(), lines.begin() + 2);
+    EXPECT_THAT(lines, ElementsAre("File=,Line=-1", "VendorID=0", "VendorError=0"));
+    error.dumpTechSupport(nullptr);
+}
+
+TEST_F(ErrorReport, TellsWordsFromTheTable) {
+    useErrorTable(kTable);
+    auto lines = report(OrbuErrorBase(Orbu::VendorOrbuRT, 12, "/a/b/", 1, "31.0.9.0", "cannot read"));
+    lines.erase(lines.begin(), lines.begin() + 3);
+    EXPECT_THAT(lines, ElementsAre("File=/a/b/,Line=1", "VendorID=7 [Runtime]",
+                                   "VendorError=12 [Disk full] [cannot read]", "Runtime=31.0.9.0"));
+
+    // The host layer's own error, and one that another component caused.
+    lines = report(COrbuIntError(Orbu::VendorOrbuInt, 12, "s", 1, ""));
+    lines.erase(lines.begin(), lines.begin() + 4);
+    EXPECT_THAT(lines, ElementsAre("OrbuIntError=12 [No connection]"));
+    lines = report(COrbuIntError(Orbu::VendorOrbuRT, 12, "s", 1, "2"));
+    lines.erase(lines.begin(), lines.begin() + 4);
+    EXPECT_THAT(lines, ElementsAre("OrbuIntError=12 [No connection]", "VendorID=7 [Runtime]",
+                                   "VendorError=12 [Disk full]", "Runtime=2"));
+}
+
+} // namespace
