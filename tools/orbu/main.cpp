@@ -133,6 +133,8 @@ int run(int argc, char** argv) {
 
     add_envelope_verbs(app, action);
     add_settings_verbs(app, action);
+    add_log_verbs(app, action);
+    add_perf_verb(app, action);
 
     try {
         app.parse(argc, argv);

@@ -12,3 +12,5 @@ using Action = std::function<int()>;
 
 void add_envelope_verbs(CLI::App& app, Action& action);
 void add_settings_verbs(CLI::App& app, Action& action); // settings
+void add_log_verbs(CLI::App& app, Action& action);      // explain, log
+void add_perf_verb(CLI::App& app, Action& action);      // perf
