@@ -1,0 +1,315 @@
+// Where things are: the custom environment file, the folders with and without one, the library search path
+// and the search below the program's folder.
+#include "orbuutil/orbuMacFileSystem.h"
+#include "orbuutil/orbuUtil.h"
+#include "orbuutil/orbuUtilCustomEnv.h"
+#include "orbuutil/orbuVersion.h"
+#include "orbuutil/platformBundlePrivate.h"
+#include "platformSupport.h"
+
+#include <map>
+#include <optional>
+#include <sys/stat.h>
+#include <vector>
+
+namespace {
+
+constexpr char kThin[] = "VEXMOOR_ORBU_THINCLIENT_ENV";
+constexpr char kCustom[] = "VEXMOOR_ORBU_CUSTOM_ENV";
+
+std::string text(TStr const& from) { return from.isNull() ? "(null)" : from.toUtf8(); }
+
+std::string location(OrbuUtil::OrbuFileType type, char const* locale = "") {
+    return text(OrbuUtil::getOrbuFileLocation(type, locale));
+}
+
+std::string key(char const* id, std::string const& value) {
+    return std::string("<KEY ID=\"") + id + "\"><STRING>" + value + "</STRING></KEY>";
+}
+
+std::string platform(std::string const& keys, char const* os = "Mac") {
+    return std::string("<PLATFORM OS=\"") + os + "\">" + keys + "</PLATFORM>";
+}
+
+// Puts the environment back, and the custom environment to what that says.
+class Locations : public PlaceTest {
+protected:
+    Locations() {
+        for (char const* const name :
+             {kThin, kCustom, "HOME", "LD_LIBRARY_PATH", "TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
+            char const* const value = std::getenv(name);
+            mKept[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
+            ::unsetenv(name);
+        }
+        gCustomEnvMgr.loadConfigFile();
+    }
+    ~Locations() override {
+        for (auto const& [name, value] : mKept) {
+            value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+        }
+        gCustomEnvMgr.loadConfigFile();
+    }
+
+    // Puts a file in force.
+    void use(std::string const& platforms) {
+        ::setenv(kCustom, make("env.xml", "<ORBUCUSTOMENV>" + platforms + "</ORBUCUSTOMENV>").c_str(), 1);
+        ASSERT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
+    }
+
+    std::string expanded(std::string const& value) {
+        use(platform(key("K", value)));
+        ::testing::internal::CaptureStdout();
+        std::string const result = text(gCustomEnvMgr.getStringValue("K"));
+        mPrinted = ::testing::internal::GetCapturedStdout();
+        return result;
+    }
+
+    std::string mPrinted;
+
+private:
+    std::map<std::string, std::optional<std::string>> mKept;
+};
+
+TEST_F(Locations, DefaultsWithoutAFile) {
+    EXPECT_EQ(OrbuUtil::loadCustomEnvSettings(), 1);
+    EXPECT_FALSE(OrbuUtil::hasCustomSettings());
+    std::string const framework = "/Library/Frameworks/Orbu.framework/Versions/31a/";
+    EXPECT_EQ(text(OrbuUtil::getOrbuFrameworkLocation()), framework);
+    EXPECT_EQ(location(OrbuUtil::CommonBin), "/Applications/Vexmoor/Orbu/R31/");
+    EXPECT_EQ(location(OrbuUtil::CommonLib), framework + "Libraries/");
+    EXPECT_EQ(location(OrbuUtil::CommonLocalizedData), framework + "Resources/");
+    EXPECT_EQ(location(OrbuUtil::CommonLocalizedData, "DE-de"), framework + "Resources/de_DE/");
+    EXPECT_EQ(location(OrbuUtil::CommonLocalizedData, "xx_YY"), framework + "Resources/en_US/");
+    EXPECT_EQ(location(OrbuUtil::CommonData, "de_DE"), framework + "Resources/");
+    EXPECT_EQ(location(OrbuUtil::LogFile), "/var/log/Vexmoor/Orbu/R31/");
+    EXPECT_EQ(location(OrbuUtil::ErrorTable), framework + "Resources/");
+    EXPECT_EQ(location(static_cast<OrbuUtil::OrbuFileType>(7)), "");
+    EXPECT_EQ(text(OrbuUtil::getOrbuAPIFileLocationOverride(OrbuUtil::ApplicationErrorLog, "")), "");
+
+    EXPECT_EQ(location(OrbuUtil::UserSettings), "");
+    for (auto const& [home, folder] : std::map<std::string, std::string>{{"", "/Orbu/"},
+                                                                         {"/", "/Orbu/"},
+                                                                         {"/home/a", "/home/a/Orbu/"},
+                                                                         {"/home/a//", "/home/a//Orbu/"}}) {
+        ::setenv("HOME", home.c_str(), 1);
+        EXPECT_EQ(location(OrbuUtil::UserSettings), folder);
+    }
+}
+
+TEST_F(Locations, AFileInForceReplacesTheDefaults) {
+    ::setenv("HOME", "/home/a", 1);
+    use(platform(key("ORBU_COMMON_BIN_LOCATION", "/bin/here") + key("ORBU_COMMON_LIB_LOCATION", "/nowhere") +
+                 key("ORBU_USER_SETTINGS_FILE_LOCATION", "C:\\settings") +
+                 key("ORBU_APPLICATION_ERROR_LOG_FILE", "/a/error.log")));
+    EXPECT_TRUE(OrbuUtil::hasCustomSettings());
+    EXPECT_EQ(location(OrbuUtil::CommonBin), "/bin/here/");
+    EXPECT_EQ(location(OrbuUtil::UserSettings), "C:\\settings\\");
+    EXPECT_EQ(location(OrbuUtil::LogFile), "");
+    EXPECT_EQ(text(OrbuUtil::getOrbuAPIFileLocationOverride(OrbuUtil::ApplicationErrorLog, "")),
+              "/a/error.log");
+    EXPECT_EQ(text(OrbuUtil::getOrbuAPIFileLocationOverride(OrbuUtil::ApplicationResource, "")), "");
+    // Without its own key the framework is taken away, and keys of the four kinds on it have no effect.
+    for (auto const type :
+         {OrbuUtil::CommonLib, OrbuUtil::CommonLocalizedData, OrbuUtil::CommonData, OrbuUtil::ErrorTable}) {
+        EXPECT_EQ(location(type, "de_DE"), "");
+    }
+
+    use(platform(key("ORBU_COMMON_LIB_LOCATION", "/nowhere") + key("ORBU_ERROR_TABLE_LOCATION", "/nowhere") +
+                 key("ORBU_MAC_FRAMEWORK_LOCATION", "/moved/")));
+    EXPECT_EQ(location(OrbuUtil::CommonLib), "/moved/Orbu.framework/Versions/31a/Libraries/");
+    EXPECT_EQ(location(OrbuUtil::ErrorTable), "/moved/Orbu.framework/Versions/31a/Resources/");
+}
+
+TEST_F(Locations, LoadResults) {
+    std::string const good = make("good.xml", "<ORBUCUSTOMENV/>");
+    ASSERT_EQ(::mkfifo(in("fifo").c_str(), 0600), 0);
+    struct {
+        std::optional<std::string> thin, custom;
+        int result;
+    } const cases[] = {
+        {{}, {}, 1},
+        {{}, good, 0},
+        {good, {}, 0},
+        {in("missing"), good, 2}, // the other one is not tried
+        {"", good, 2},
+        {{}, "", 3},
+        {{}, mPlace, 3}, // a folder
+        {{}, in("fifo"), 3},
+        {{}, make("cut.xml", "<ORBUCUSTOMENV><PLATFORM"), 3},
+        {make("empty.xml"), {}, 2},
+    };
+    for (auto const& at : cases) {
+        at.thin ? ::setenv(kThin, at.thin->c_str(), 1) : ::unsetenv(kThin);
+        at.custom ? ::setenv(kCustom, at.custom->c_str(), 1) : ::unsetenv(kCustom);
+        SCOPED_TRACE(at.thin.value_or("-") + " " + at.custom.value_or("-"));
+        EXPECT_EQ(gCustomEnvMgr.loadConfigFile(), at.result);
+        EXPECT_EQ(OrbuUtil::loadCustomEnvSettings(), at.result);
+        EXPECT_EQ(OrbuUtil::hasCustomSettings(), at.result == 0);
+        EXPECT_EQ(OrbuUtil::isThinClient(), at.result == 0 && at.thin.has_value());
+    }
+}
+
+TEST_F(Locations, TheFirstQuestionLoads) {
+    ::setenv(kCustom,
+             make("env.xml", "<ORBUCUSTOMENV>" + platform(key("K", "v")) + "</ORBUCUSTOMENV>").c_str(), 1);
+    COrbuUtilCustomEnv fresh;
+    EXPECT_EQ(fresh.loadStatus(), -1);
+    EXPECT_EQ(text(fresh.getStringValue("")), "");
+    EXPECT_TRUE(fresh.isLoadPending());
+    EXPECT_EQ(text(fresh.getStringValue("K")), ""); // the call that loads
+    EXPECT_EQ(text(fresh.getStringValue("K")), "v");
+
+    // Later changes count for nothing until somebody loads again.
+    ::unsetenv(kCustom);
+    EXPECT_EQ(text(fresh.getStringValue("K")), "v");
+    EXPECT_EQ(fresh.loadConfigFile(), 1);
+    EXPECT_EQ(text(fresh.getStringValue("K")), "");
+}
+
+TEST_F(Locations, WhichElementCounts) {
+    use("<PLATFORM>" + key("K", "no OS") + "</PLATFORM>" + platform(key("K", "other"), "mac") +
+        platform("<KEY><STRING>no ID</STRING></KEY><KEY ID=\"K\"/>" + key("K", "first") + key("K", "second") +
+                 key("L", "kept") + key("M", "before")) +
+        platform(
+            "<KEY ID=\"L\"><STRING/></KEY><KEY ID=\"M\"><STRING>last</STRING><STRING>not</STRING></KEY>"));
+    EXPECT_EQ(text(gCustomEnvMgr.getStringValue("K")), "first");
+    EXPECT_EQ(text(gCustomEnvMgr.getStringValue("L")), "kept"); // an element without text takes nothing away
+    EXPECT_EQ(text(gCustomEnvMgr.getStringValue("M")), "last");
+    EXPECT_EQ(text(gCustomEnvMgr.getStringValue("k")), "");
+    // A second root is none.
+    ::setenv(kCustom,
+             make("two.xml", "<ORBUCUSTOMENV/><ORBUCUSTOMENV>" + platform(key("K", "v")) + "</ORBUCUSTOMENV>")
+                 .c_str(),
+             1);
+    EXPECT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
+    EXPECT_EQ(text(gCustomEnvMgr.getStringValue("K")), "");
+}
+
+TEST_F(Locations, Expansion) {
+    ::setenv("ORBU_T", "/t", 1);
+    ::setenv("ORBU_U", "\xC3\xBC\xC3\xBC$ORBU_T", 1);
+    ::setenv("ORBU_E", "", 1);
+    ::unsetenv("ORBU_NO");
+    ::unsetenv("ORBU_TX");
+    auto const unknown = [](char const* name) {
+        return "Environment variable " + std::string(name) + " could not be found\n";
+    };
+    struct {
+        char const* value;
+        std::string result, printed;
+    } const cases[] = {
+        {"plain", "plain", ""},
+        {"$ORBU_T/x", "/t/x", ""},
+        {"/a/$ORBU_T", "/a//t", ""},
+        {"$ORBU_E", "", ""},
+        {"/x$", "/x$", ""},
+        {"$/x", "$/x", unknown("")},
+        {"$ORBU_NO/x", "$ORBU_NO/x", unknown("ORBU_NO")},
+        {"$ORBU_NO/$ORBU_T/", "$ORBU_NO//t/", unknown("ORBU_NO")},
+        {"$ORBU_T$ORBU_T", "/t$ORBU_T", unknown("ORBU_T$ORBU_T")},
+        // What was put in at the "$" itself is not looked at again, what stands behind it is.
+        {"$ORBU_U/x", "\xC3\xBC\xC3\xBC/t/x", ""},
+        // The first of several equal tokens is replaced, a part of a longer one as well.
+        {"$ORBU_TX/$ORBU_T", "/tX/$ORBU_T", unknown("ORBU_TX")},
+    };
+    for (auto const& at : cases) {
+        SCOPED_TRACE(at.value);
+        EXPECT_EQ(expanded(at.value), at.result);
+        EXPECT_EQ(mPrinted, at.printed);
+    }
+    // A variable that names itself comes to an end.
+    ::setenv("ORBU_T", ("$ORBU_T/" + std::string(60000, 'x') + "$ORBU_T/").c_str(), 1);
+    EXPECT_LT(expanded("$ORBU_T/").size(), 2u << 20);
+    ::setenv("ORBU_T", "$ORBU_T/$ORBU_T/", 1);
+    EXPECT_LT(expanded("$ORBU_T/").size(), 2u << 20);
+}
+
+TEST_F(Locations, FindsByCharacters) {
+    TStr const hay("\xC3\xBC$a\xC3\xBC$");
+    EXPECT_EQ(gCustomEnvMgr.findString(hay, "$", 0), 1);
+    EXPECT_EQ(gCustomEnvMgr.findString(hay, "$", 1), 1);
+    EXPECT_EQ(gCustomEnvMgr.findString(hay, "$", 2), 4);
+    EXPECT_EQ(gCustomEnvMgr.findString(hay, "$", 5), -1);
+    EXPECT_EQ(gCustomEnvMgr.findString(hay, "", 0), -1);
+    EXPECT_EQ(gCustomEnvMgr.findString(TStr(), "$", -1), -1);
+}
+
+TEST_F(Locations, LibrarySearchPath) {
+    constexpr char kPath[] = "LD_LIBRARY_PATH";
+    auto const setUp = [&](char const* framework) {
+        use(platform(key("ORBU_COMMON_BIN_LOCATION", "/b") + key("ORBU_MAC_FRAMEWORK_LOCATION", framework)));
+    };
+    std::string const lib = "/f/Orbu.framework/Versions/31a/Libraries";
+    auto const after = [&](std::string const& before) {
+        ::setenv(kPath, before.c_str(), 1);
+        OrbuUtil::setCustomEnvPathVars();
+        return std::string(std::getenv(kPath));
+    };
+    setUp("/f/");
+    ::unsetenv(kPath);
+    OrbuUtil::setCustomEnvPathVars();
+    EXPECT_EQ(std::string(std::getenv(kPath)), lib);
+    for (auto const& there : {lib, lib + "/", lib + "/:/x", "/x:" + lib + ":/y", lib + "er:" + lib}) {
+        EXPECT_EQ(after(there), there);
+    }
+    EXPECT_EQ(after(""), lib);
+    EXPECT_EQ(after("/x"), "/x:" + lib);
+    EXPECT_EQ(after("/x:"), "/x:" + lib);
+    EXPECT_EQ(after(lib + "/more:" + lib + "er"), lib + "/more:" + lib + "er:" + lib);
+    EXPECT_EQ(after("/\xE9"), "/\xE9:" + lib); // bytes come out as they went in
+
+    setUp("/Library/Frameworks/");
+    EXPECT_EQ(after("/x"), "/x");
+    use(platform(key("ORBU_MAC_FRAMEWORK_LOCATION", "/f"))); // no folder of programs
+    EXPECT_EQ(after("/x"), "/x");
+    ::unsetenv(kCustom);
+    gCustomEnvMgr.loadConfigFile();
+    EXPECT_EQ(after("/x"), "/x");
+}
+
+TEST_F(Locations, TemporaryFolder) {
+    EXPECT_EQ(text(OrbuUtil::getTempFolder()), "/tmp/");
+    ::setenv("TEMPDIR", mPlace.c_str(), 1);
+    EXPECT_EQ(text(OrbuUtil::getTempFolder()), mPlace + "/");
+    ::setenv("TMPDIR", in("missing").c_str(), 1);
+    ::setenv("TMP", (mPlace + "/").c_str(), 1);
+    EXPECT_EQ(text(OrbuUtil::getTempFolder()), mPlace + "//");
+}
+
+TEST_F(Locations, InstallLocationIsAStore) {
+    OrbuUtil::setCustomInstallLocationPath(mPlace.c_str());
+    EXPECT_TRUE(OrbuUtil::isCustomInstallLocation());
+    EXPECT_TRUE(OrbuUtil::checkCustomInstallLocationPath(OrbuUtil::getCustomInstallLocationPath()));
+    OrbuUtil::setCustomInstallLocation(false);
+    EXPECT_EQ(text(OrbuUtil::getCustomInstallLocationPath()), mPlace);
+    OrbuUtil::setCustomInstallLocationPath("");
+    EXPECT_FALSE(OrbuUtil::isCustomInstallLocation());
+    EXPECT_FALSE(OrbuUtil::checkCustomInstallLocationPath(in("missing").c_str()));
+}
+
+TEST_F(Locations, SearchesBelowTheProgram) {
+    std::string const root = private_platform_bundle_path();
+    ASSERT_EQ(root, std::filesystem::read_symlink("/proc/self/exe").parent_path());
+    std::string const place = root + "/orbu" + std::to_string(::getpid());
+    std::string const name = "orbu" + std::to_string(::getpid()) + ".so";
+    auto const put = [&](std::string const& folder) {
+        std::filesystem::create_directories(place + "/" + folder);
+        std::ofstream(place + "/" + folder + "/" + name) << "x";
+    };
+    EXPECT_EQ(OrbuMacFileSystem::searchDylibInsideBundle(nullptr), "");
+    EXPECT_EQ(OrbuMacFileSystem::searchDylibInsideBundle(""), "");
+    put("c");
+    put("b/z");
+    std::filesystem::create_directories(place + "/a/" + name); // a folder is no match
+    std::filesystem::create_directory_symlink(place + "/b/z", place + "/a/link");
+    EXPECT_EQ(OrbuMacFileSystem::searchDylibInsideBundle(name.c_str()), place + "/b/z/" + name);
+    std::filesystem::permissions(place + "/b", std::filesystem::perms::none);
+    // The superuser reads all the same.
+    EXPECT_EQ(OrbuMacFileSystem::searchDylibInsideBundle(name.c_str()),
+              place + (::geteuid() == 0 ? "/b/z/" : "/c/") + name);
+    std::filesystem::permissions(place + "/b", std::filesystem::perms::owner_all);
+    std::filesystem::remove_all(place);
+    EXPECT_EQ(OrbuMacFileSystem::searchDylibInsideBundle(name.c_str()), "");
+}
+
+} // namespace
