@@ -1,8 +1,9 @@
-// orbu: requests to the companion server from the command line.
+// orbu: the library from the command line.
 #include "attributes.h"
 #include "duration.h"
 #include "exitCodes.h"
 #include "qmx/qmxPipeNamedConduit.h"
+#include "runtime.h"
 #include "serviceVerbs.h"
 #include "terminal.h"
 #include "verbs.h"
@@ -11,6 +12,7 @@
 
 #include <clocale>
 #include <csignal>
+#include <cstdio>
 
 namespace {
 
@@ -105,7 +107,9 @@ int run(int argc, char** argv) {
     Action action;
     Options const& options = arguments.options;
 
-    CLI::App app("Requests to the companion server, which is started if it does not run.", "orbu");
+    CLI::App app(
+        "Requests to the companion server, which is started if it does not run, and the library's services.",
+        "orbu");
     app.set_version_flag("--version", kVersion);
     app.require_subcommand(0, 1);
     app.footer(kFooter);
@@ -135,6 +139,7 @@ int run(int argc, char** argv) {
     add_settings_verbs(app, action);
     add_log_verbs(app, action);
     add_perf_verb(app, action);
+    add_where_verb(app, action);
 
     try {
         app.parse(argc, argv);
@@ -166,7 +171,10 @@ int main(int argc, char** argv) {
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+    // The library prints a line now and then; standard output is for data.
+    stdout = stderr;
     try {
+        use_own_runtime();
         return run(argc, argv);
     } catch (Failure const& failure) {
         tell(failure.what());

@@ -10,7 +10,8 @@ class App;
 
 using Action = std::function<int()>;
 
-void add_envelope_verbs(CLI::App& app, Action& action);
+void add_envelope_verbs(CLI::App& app, Action& action); // seal, open
 void add_settings_verbs(CLI::App& app, Action& action); // settings
 void add_log_verbs(CLI::App& app, Action& action);      // explain, log
 void add_perf_verb(CLI::App& app, Action& action);      // perf
+void add_where_verb(CLI::App& app, Action& action);     // where

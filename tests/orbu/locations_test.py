@@ -1,0 +1,98 @@
+"""Runs orbu where and orbu doctor: in the runtime that came with it, in one that was moved, and in broken ones.
+
+ORBU_TEST_BIN is the folder of the programs under test. HOME is a folder of the test's own.
+"""
+import json
+import os
+import pathlib
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+BIN = pathlib.Path(os.environ["ORBU_TEST_BIN"])
+RUNTIME = BIN.parent / "lib" / "orbu"
+SECONDS = 60
+DONE, NEGATIVE, USAGE = 0, 1, 2
+
+
+class LocationsTest(unittest.TestCase):
+    def setUp(self):
+        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orbu-test-"))
+        self.addCleanup(shutil.rmtree, self.folder)
+        self.environment = {name: value for name, value in os.environ.items()
+                            if not name.startswith("VEXMOOR_") and name not in ("TMPDIR", "TMP", "TEMP", "TEMPDIR")}
+        self.environment["HOME"] = str(self.folder)
+
+    def orbu(self, *arguments, code=DONE, program=BIN / "orbu", **environment):
+        result = subprocess.run([program, *arguments], capture_output=True, text=True, timeout=SECONDS, check=False,
+                                env={**self.environment, **environment})
+        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+        self.assertEqual(result.stderr, "")
+        return result.stdout
+
+    def where(self, *arguments, **options):
+        answer = json.loads(self.orbu("where", "--json", *arguments, **options))
+        return answer, {entry["name"]: entry for entry in answer["locations"]}
+
+    def file(self, **keys):
+        path = self.folder / "env.xml"
+        path.write_text("<ORBUCUSTOMENV><PLATFORM OS='Mac'>" + "".join(
+            f"<KEY ID='{key}'><STRING>{value}</STRING></KEY>" for key, value in keys.items()) +
+            "</PLATFORM></ORBUCUSTOMENV>", encoding="utf-8")
+        return str(path)
+
+
+class WhereTest(LocationsTest):
+    def test_own_runtime(self):
+        answer, found = self.where("--locale", "DE-de")
+        self.assertEqual(answer["load"]["result"], 0)
+        self.assertTrue(answer["load"]["own"])
+        self.assertEqual(answer["unknownVariables"], [])
+        version = f"{RUNTIME}/Orbu.framework/Versions/31a/"
+        self.assertEqual(found["common bin"]["value"], f"{RUNTIME}/R31/")
+        self.assertEqual(found["localized data"]["value"], version + "Resources/de_DE/")
+        self.assertEqual(found["error table"], {
+            "name": "error table", "value": version + "Resources/", "source": "file",
+            "key": "ORBU_MAC_FRAMEWORK_LOCATION", "exists": True, "writable": os.access(version, os.W_OK)})
+        self.assertEqual(found["user settings"]["value"], f"{self.folder}/Orbu/")
+        self.assertFalse(found["user settings"]["exists"])
+        library = pathlib.Path(found["common lib"]["value"]) / "liborbu.so.31"
+        self.assertEqual(library.resolve(), (BIN.parent / "lib" / "liborbu.so.31").resolve())
+
+    def test_whole_moved(self):
+        moved = self.folder / "else where"
+        for name in ("bin/orbu", "lib/liborbu.so.31"):
+            (moved / name).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copy(BIN.parent / name, moved / name)
+        shutil.copytree(RUNTIME, moved / "lib" / "orbu", symlinks=True)
+        _, found = self.where(program=moved / "bin" / "orbu")
+        for name in ("common bin", "common lib", "common data", "error table"):
+            self.assertTrue(found[name]["value"].startswith(str(moved)), found[name])
+            self.assertTrue(found[name]["exists"], found[name])
+        # Alone, it falls back to the defaults.
+        shutil.rmtree(moved / "lib" / "orbu")
+        answer, found = self.where(program=moved / "bin" / "orbu")
+        self.assertEqual(answer["load"], {"result": 1, "words": "none"})
+        self.assertEqual(found["common bin"]["value"], "/Applications/Vexmoor/Orbu/R31/")
+        self.assertEqual((found["user settings"]["source"], found["user settings"]["variable"]), ("default", "HOME"))
+
+    def test_sources(self):
+        file = self.file(ORBU_COMMON_BIN_LOCATION="$NOPE/x", ORBU_APPLICATION_ERROR_LOG_FILE="/$NOPE/$NO")
+        answer, found = self.where(VEXMOOR_ORBU_THINCLIENT_ENV=file, VEXMOOR_ORBU_CUSTOM_ENV="/nowhere",
+                                   TMP=str(self.folder))
+        self.assertTrue(answer["load"]["thinClient"])
+        self.assertEqual(answer["unknownVariables"], ["NOPE", "NO"])
+        self.assertEqual({name: entry["source"] for name, entry in found.items() if entry["source"] != "none"}, {
+            "common bin": "thin client", "application error log": "thin client", "temporary": "environment"})
+        self.assertEqual(found["temporary"]["variable"], "TMP")
+        # The library's lines about unknown variables are no data.
+        text = self.orbu("where", VEXMOOR_ORBU_CUSTOM_ENV=file)
+        self.assertNotIn("could not be found", text)
+        self.assertIn("unknown variable: $NOPE\n", text)
+        answer, found = self.where(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere")
+        self.assertEqual((answer["load"]["result"], found["log file"]["source"]), (3, "default"))
+
+
+if __name__ == "__main__":
+    unittest.main()

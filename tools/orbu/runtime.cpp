@@ -1,0 +1,35 @@
+#include "runtime.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <pwd.h>
+#include <unistd.h>
+
+namespace {
+
+bool own_in_force = false;
+
+} // namespace
+
+std::string own_runtime() {
+    std::error_code error;
+    auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return (program.parent_path() / ORBU_RUNTIME_FROM_PROGRAM).lexically_normal();
+}
+
+void use_own_runtime() {
+    if (std::getenv("HOME") == nullptr) {
+        passwd const* const user = ::getpwuid(::getuid());
+        ::setenv("HOME", user != nullptr ? user->pw_dir : "/", 1);
+    }
+    std::string const runtime = own_runtime();
+    std::string const file = runtime + "/OrbuCustomEnv.xml";
+    if (std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") == nullptr &&
+        std::getenv("VEXMOOR_ORBU_CUSTOM_ENV") == nullptr && ::access(file.c_str(), R_OK) == 0) {
+        ::setenv("ORBU_RUNTIME", runtime.c_str(), 1);
+        ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", file.c_str(), 1);
+        own_in_force = true;
+    }
+}
+
+bool uses_own_runtime() { return own_in_force; }
