@@ -17,6 +17,8 @@
 #include "qmx/qmxPipePacket.h"
 #include "qmx/qmxPipeSession.h"
 
+#include <unordered_set>
+
 struct QMXPipeConduitData {
     TMap<long, QMXPipeReadEndpoint> readers;
     TMap<long, QMXPipeWriteEndpoint> writers;
@@ -34,6 +36,8 @@ struct QMXPipeConduitData {
     QMXPipeSession* lastActiveSession = nullptr; // not retained
     QMXPipeConduit* parentConduit = nullptr;     // not retained
     QMXPipePacket* incoming = nullptr;           // what poll() hands on, until somebody has had it
+    long readerChanges = 0;                      // how often the table of readers was changed
+    std::unordered_set<QMXPipeSession*> open;    // all that point to this conduit, also those in no table
 };
 
 struct QMXPipeSessionData {
@@ -59,9 +63,13 @@ struct QMXPipeFacilityData {
 
 // What one class of the engine does to another behind its verbs.
 struct QMXPipeEngine {
-    // Cuts a session off a conduit that is being destroyed: closed, without a packet, and without giving back
-    // the retain that it held. No effect on a session of another conduit.
-    static void abandon(QMXPipeSession* session, QMXPipeConduit* conduit);
+    // Begin and end what a session and its conduit know of each other, with the session's retain.
+    static void attach(QMXPipeSession* session);
+    static void detach(QMXPipeSession* session);
+
+    // Cuts a session off its conduit, which is being destroyed: closed, without a packet, and without giving
+    // back the retain that it held.
+    static void abandon(QMXPipeSession* session);
 
     // bytesAvailable(), canReadLine() and readLine() in one: the device is read once for it.
     static TStr* takeText(QMXPipeReadEndpoint& reader) { return reader.takeText(); }

@@ -7,14 +7,7 @@
 
 namespace {
 
-// The same conversations over pipes and over FIFOs.
-class ConduitTest : public TransportTest, public ::testing::WithParamInterface<Wire> {
-public:
-    Channel channel() { return TransportTest::channel(GetParam()); }
-};
-
-INSTANTIATE_TEST_SUITE_P(Wires, ConduitTest, ::testing::Values(Wire::Pipe, Wire::Fifo),
-                         [](auto const& each) { return each.param == Wire::Pipe ? "Pipe" : "Fifo"; });
+using ConduitTest = TransportTest;
 
 long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
     response->setAttribute("RCOD", TStr("overwritten"));
@@ -26,7 +19,7 @@ long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* respo
 long fail(QMXPipeSession*, QMXPipePacket*, QMXPipePacket*) { return HandlerFailed; }
 
 // A server, as the lines go. The first session that it makes has id 10, and its client's session has 33.
-TEST_P(ConduitTest, AnswersLineByLine) {
+TEST_F(ConduitTest, AnswersLineByLine) {
     std::string const pid = std::to_string(getpid());
     std::string const connect = "> 65536;system.cndCnct;0;33;0;2;CPID=d" + pid;
     std::string const connected = "< 65536;system.RESP;33;10;0;1;SSID=d10;RCOD=hcndCnct;RSCD=d0";
@@ -96,7 +89,7 @@ TEST_P(ConduitTest, AnswersLineByLine) {
     }
 }
 
-TEST_P(ConduitTest, TakesOneLineFromEachReaderInARound) {
+TEST_F(ConduitTest, TakesOneLineFromEachReaderInARound) {
     Registered facility;
     Side side(true);
     Channel first = channel();
@@ -123,7 +116,7 @@ TEST_P(ConduitTest, TakesOneLineFromEachReaderInARound) {
 }
 
 // A handler may change what the sweep walks over: here each packet removes reader 1 and adds another reader.
-TEST_P(ConduitTest, ReadersMayChangeDuringASweep) {
+TEST_F(ConduitTest, ReadersMayChangeDuringASweep) {
     static ConduitTest* test;
     static int made;
     test = this;
@@ -147,7 +140,7 @@ TEST_P(ConduitTest, ReadersMayChangeDuringASweep) {
     EXPECT_TRUE(!side.readerForKey(1, found) && side.readerForKey(6, found));
 }
 
-TEST_P(ConduitTest, SendsToOneWriterOrToAll) {
+TEST_F(ConduitTest, SendsToOneWriterOrToAll) {
     Side side(false);
     QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
     EXPECT_EQ(side.send(packet, 0), SendDone) << "no writers";
@@ -166,7 +159,7 @@ TEST_P(ConduitTest, SendsToOneWriterOrToAll) {
 
 // A write without a reader ends the process, except on the way to one writer, which leaves the signal with
 // its default disposition.
-TEST_P(ConduitTest, WritesWithoutAReader) {
+TEST_F(ConduitTest, WritesWithoutAReader) {
     Channel broken = channel();
     broken.reader.close();
     auto const sendTo = [&](long writer) {
@@ -182,7 +175,7 @@ TEST_P(ConduitTest, WritesWithoutAReader) {
     EXPECT_EXIT(sendTo(0), ::testing::KilledBySignal(SIGPIPE), "");
 }
 
-TEST_P(ConduitTest, TwoSidesTalkAndSayGoodbye) {
+TEST_F(ConduitTest, TwoSidesTalkAndSayGoodbye) {
     Registered facility;
     facility.registerFunction("greet", greet);
     Pair pair(channel(), channel());
@@ -208,7 +201,7 @@ TEST_P(ConduitTest, TwoSidesTalkAndSayGoodbye) {
 
 // A client of a server that is gone: the other sessions say goodbye before the conduit does, and nobody
 // answers.
-TEST_P(ConduitTest, ClosesOtherSessionsFirst) {
+TEST_F(ConduitTest, ClosesOtherSessionsFirst) {
     Side side(true);
     Channel out = channel();
     side.addWriter(5, out.writer);
@@ -227,7 +220,7 @@ TEST_P(ConduitTest, ClosesOtherSessionsFirst) {
     }
 }
 
-TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
+TEST_F(ConduitTest, HousekeepingClosesTheSessionsOfTheDead) {
     pid_t const child = fork();
     if (child == 0) {
         pause();
@@ -248,12 +241,15 @@ TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
     EXPECT_TRUE(side.findSession(11) != nullptr && side.findSession(12) != nullptr);
 }
 
-TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {
+TEST_F(ConduitTest, CopiesShareSessionsAndAConduitMayGoFirst) {
     QMXPipeSession* kept = nullptr;
+    QMXPipeSession* disconnected = nullptr; // in no table, and still open
     {
         Side source(true);
         source.addWriter(5, channel().writer);
         kept = source.newSession();
+        disconnected = source.newSession();
+        disconnected->disconnectClient(0);
         QMXPipeConduit copy(source);
         EXPECT_EQ(copy.status(), 0);
         EXPECT_EQ(copy.activeConnections(), 1);
@@ -261,7 +257,11 @@ TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {
         Side assigned(false, true);
         assigned = source;
         EXPECT_EQ(assigned.findSession(10), kept);
-    } // not closed: the session loses its conduit and says nothing
+        copy.init(true);
+        EXPECT_EQ(copy.status(), ConduitReady);
+        EXPECT_EQ(copy.findSession(1)->conduit(), &copy);
+    } // not closed: the sessions lose their conduit and say nothing
+    EXPECT_EQ(disconnected->release(), 0);
     QMXPipePacket packet("test.note", nullptr, QMXPipe::Synchronous);
     EXPECT_EQ(kept->send(&packet), SendFailed);
     EXPECT_EQ(kept->release(), 0);

@@ -77,10 +77,7 @@ TEST_F(EndpointTest, WritesTextUpToItsNulAndBytesAsTheyAre) {
     EXPECT_EQ(QMXPipeWriteEndpoint().write(TStr("x")), -1);
 }
 
-TEST_F(EndpointTest, MapsModes) {
-    EXPECT_EQ(QMXPipeIODevice::openFlagsOf(17), O_RDONLY | O_NONBLOCK);
-    EXPECT_EQ(QMXPipeIODevice::openFlagsOf(6), O_WRONLY | O_APPEND);
-    EXPECT_EQ(QMXPipeIODevice::openFlagsOf(10), O_WRONLY | O_CREAT);
+TEST_F(EndpointTest, IsForReadingOrWriting) {
     EXPECT_EQ(QMXPipeEndpoint::fromFD(-1, 17).mode(), QMXPipeEndpoint::EndpointRead);
     EXPECT_EQ(QMXPipeEndpoint::fromFD(-1, 6).mode(), QMXPipeEndpoint::EndpointWrite);
     EXPECT_DEATH(QMXPipeEndpoint::fromFD(-1, PipeModeCreate), "fromFD.*\"false\".*qmxPipeEndpoint:130");
@@ -108,7 +105,7 @@ TEST_F(EndpointTest, ClosedDeviceIsOpenAndLeavesDescriptorZeroAlone) {
 }
 
 TEST_F(EndpointTest, FilesOpenByPathAndReportFailure) {
-    std::string const path = mDirectory + "/file";
+    std::string const path = ::testing::TempDir() + "orbu-endpoint-" + std::to_string(getpid());
     {
         QMXPipeWriteEndpoint writer(new QMXPipeFile(path.c_str(), PipeModeWrite | PipeModeCreate, true));
         EXPECT_EQ(writer.write(TStr("4242")), 4);
@@ -118,7 +115,7 @@ TEST_F(EndpointTest, FilesOpenByPathAndReportFailure) {
         reader = QMXPipeReadEndpoint();
         EXPECT_EQ(fcntl(descriptor, F_GETFD), -1) << "the last endpoint takes an owned descriptor with it";
     }
-    std::filesystem::remove(path);
+    unlink(path.c_str());
     expectError("Error  Could not open file " + path + " : " + std::to_string(ENOENT));
     QMXPipeFile missing(path.c_str(), PipeModeRead, true);
     EXPECT_FALSE(missing.isOpen());

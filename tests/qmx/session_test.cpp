@@ -90,6 +90,12 @@ TEST_F(SessionTest, CallbackLooksFirst) {
     });
     converse(mSide, mIn, mOut, {"> " + line("system.stop"), "> " + line("none.bye")});
     EXPECT_EQ(mSession->conduit(), nullptr);
+
+    QMXPipeSession* unkept = mSide.newSession();
+    unkept->setCallback(mSession->callback());
+    unkept->release();
+    QMXPipePacket packet = requestFor("none.bye");
+    EXPECT_EQ(unkept->process(&packet), 0) << "the last reference goes while it is processed";
 }
 
 // Asks the other side for one level less, nested in the wait of the one above, over a session of its own.
