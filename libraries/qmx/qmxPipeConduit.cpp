@@ -250,7 +250,7 @@ long QMXPipeConduit::poll() {
         }
         seen.push_back(key);
         long const changes = mpData->readerChanges;
-        count += takeLine(std::move(line));
+        count += QMXPipeEngine::processLine(this, std::move(line));
         bool const changed = mpData->readerChanges != changes;
         anew = anew || changed;
         entry = changed ? private_hashmap_first(readers) : private_hashmap_after(readers, entry);
@@ -259,15 +259,15 @@ long QMXPipeConduit::poll() {
     return count;
 }
 
-long QMXPipeConduit::takeLine(std::unique_ptr<TStr> line) {
+long QMXPipeEngine::processLine(QMXPipeConduit* conduit, std::unique_ptr<TStr> line) {
     auto* packet = new QMXPipePacket(QMXPipe::SynchronicityDefault);
     packet->unmarshal(*line);
-    line.reset(); // a handler may wait for long
-    mpData->incoming = packet;
-    long const taken = processPacket(packet);
-    mpData->incoming = nullptr; // if there was no session for it
+    line.reset(); // a handler may go on for long
+    conduit->mpData->incoming = packet;
+    long const count = conduit->processPacket(packet);
+    conduit->mpData->incoming = nullptr; // if there was no session for it
     packet->release();
-    return taken;
+    return count;
 }
 
 bool QMXPipeEngine::takeIncoming(QMXPipeConduit* conduit, QMXPipePacket* packet) {

@@ -24,8 +24,6 @@
 #include "qmx/qmxPipe.h"
 #include "qmx/qmxPipeBase.h"
 
-#include <memory>
-
 class QMXPipeFacility;
 class QMXPipePacket;
 class QMXPipeReadEndpoint;
@@ -195,8 +193,6 @@ public:
 
 private:
     friend struct QMXPipeEngine;
-
-    long takeLine(std::unique_ptr<TStr> line);
 
     QMXPipeConduitData* mpData;
 };

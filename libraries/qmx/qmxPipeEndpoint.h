@@ -102,7 +102,8 @@ private:
 
 class ORBU_EXPORT QMXPipeWriteEndpoint : public QMXPipeEndpoint {
 public:
-    QMXPipeWriteEndpoint() = default;
+    // Without a device, and for writing all the same.
+    QMXPipeWriteEndpoint();
     explicit QMXPipeWriteEndpoint(QMXPipeIODevice& device);
     explicit QMXPipeWriteEndpoint(QMXPipeIODevice* device);
 

@@ -17,6 +17,7 @@
 #include "qmx/qmxPipePacket.h"
 #include "qmx/qmxPipeSession.h"
 
+#include <memory>
 #include <unordered_set>
 
 struct QMXPipeConduitData {
@@ -73,6 +74,9 @@ struct QMXPipeEngine {
 
     // bytesAvailable(), canReadLine() and readLine() in one: the device is read once for it.
     static TStr* takeText(QMXPipeReadEndpoint& reader) { return reader.takeText(); }
+
+    // One line that came in: what processPacket() gives for its packet.
+    static long processLine(QMXPipeConduit* conduit, std::unique_ptr<TStr> line);
 
     // True for the first who asks about a packet that poll() made and will not look at again: it may be kept
     // as it is. A packet of anybody else's has to be copied.

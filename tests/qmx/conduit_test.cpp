@@ -155,23 +155,17 @@ TEST_F(ConduitTest, SendsToOneWriterOrToAll) {
     EXPECT_EQ(text(channels[1].reader.read()), line + "\n" + line);
     side.removeWriter(1);
     EXPECT_EQ(side.activeConnections(), 1);
-}
 
-// A write without a reader ends the process, except on the way to one writer, which leaves the signal with
-// its default disposition.
-TEST_F(ConduitTest, WritesWithoutAReader) {
-    Channel broken = channel();
-    broken.reader.close();
+    // Without a reader the write ends the process, except on the way to one writer, which leaves the signal
+    // with its default disposition.
+    channels[1].reader.close();
     auto const sendTo = [&](long writer) {
         QMXBase::setLogSink(nullptr, nullptr);
-        Side side(false);
-        side.addWriter(7, broken.writer);
         signal(SIGPIPE, writer == 0 ? SIG_DFL : SIG_IGN);
-        QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
         long const result = side.send(packet, writer);
         _exit(result == SendDone && signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 42 : 1);
     };
-    EXPECT_EXIT(sendTo(7), ::testing::ExitedWithCode(42), "");
+    EXPECT_EXIT(sendTo(2), ::testing::ExitedWithCode(42), "");
     EXPECT_EXIT(sendTo(0), ::testing::KilledBySignal(SIGPIPE), "");
 }
 
@@ -184,12 +178,10 @@ TEST_F(ConduitTest, TwoSidesTalkAndSayGoodbye) {
     session->release();
     QMXPipePacket response;
     QMXPipePacket request("test.greet", nullptr, QMXPipe::SynchronicityDefault);
-    for (int i = 0; i < 100; ++i) {
-        request.setAttribute("name", TStr::number(i));
-        EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
-        EXPECT_EQ(response.attributeAsLong("from"), 11);
-        EXPECT_EQ(text(response.attributeAsString("name")), std::to_string(i));
-    }
+    request.setAttribute("name", TStr("A b"));
+    EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
+    EXPECT_EQ(response.attributeAsLong("from"), 11);
+    EXPECT_EQ(text(response.attributeAsString("name")), "A b");
     EXPECT_EQ(pair.client.lastActiveSession(), session);
     pair.client.terminate(true);
     EXPECT_EQ(pair.client.lastActiveSession(), nullptr);

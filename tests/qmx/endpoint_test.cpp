@@ -77,12 +77,6 @@ TEST_F(EndpointTest, WritesTextUpToItsNulAndBytesAsTheyAre) {
     EXPECT_EQ(QMXPipeWriteEndpoint().write(TStr("x")), -1);
 }
 
-TEST_F(EndpointTest, IsForReadingOrWriting) {
-    EXPECT_EQ(QMXPipeEndpoint::fromFD(-1, 17).mode(), QMXPipeEndpoint::EndpointRead);
-    EXPECT_EQ(QMXPipeEndpoint::fromFD(-1, 6).mode(), QMXPipeEndpoint::EndpointWrite);
-    EXPECT_DEATH(QMXPipeEndpoint::fromFD(-1, PipeModeCreate), "fromFD.*\"false\".*qmxPipeEndpoint:130");
-}
-
 TEST_F(EndpointTest, ClosedDeviceIsOpenAndLeavesDescriptorZeroAlone) {
     Channel pipe = channel();
     QMXPipeIODevice& device = *pipe.reader.device();
@@ -120,6 +114,7 @@ TEST_F(EndpointTest, FilesOpenByPathAndReportFailure) {
     QMXPipeFile missing(path.c_str(), PipeModeRead, true);
     EXPECT_FALSE(missing.isOpen());
     EXPECT_EQ(missing.handle(), -1);
+    EXPECT_DEATH(QMXPipeEndpoint::fromFD(-1, PipeModeCreate), "fromFD.*\"false\".*qmxPipeEndpoint:130");
 }
 
 } // namespace
