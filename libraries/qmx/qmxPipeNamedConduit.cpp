@@ -459,6 +459,12 @@ QMXPipeNamedConduit* QMXPipeNamedConduit::connect(TStr const& serverPath, TStr c
             return nullptr;
         }
         conduit->unlock();
+        if (processEvents != nullptr) {
+            processEvents(context);
+        }
+        if (conduit.given_up()) {
+            return nullptr;
+        }
         ::usleep(1000);
         if (conduit->lock(timeout) == 0) {
             conduit.drop();
