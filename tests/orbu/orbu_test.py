@@ -51,9 +51,7 @@ class OrbuTest(unittest.TestCase):
     def end_server(self):
         """Ends what serves the prefix, and sees that nothing of it is left."""
         pid = server_pid(self.prefix)
-        if pid:
-            os.kill(pid, signal.SIGCONT)
-            os.kill(pid, signal.SIGTERM)
+        if pid and self.signal_server(signal.SIGCONT, signal.SIGTERM):
             wait_for(lambda: not alive(pid), SECONDS, "the server's end")
         if not self.leaves_files:
             lock = f"sem.{os.path.basename(self.prefix)}.lock"
@@ -61,6 +59,18 @@ class OrbuTest(unittest.TestCase):
         NamedLock(self.prefix).unlink()
 
     leaves_files = False  # set by tests that kill the server
+
+    def signal_server(self, *numbers):
+        """Never signals anybody but a server: the id file may be empty, gone or stale at any time."""
+        pid = server_pid(self.prefix)
+        try:
+            with open(f"/proc/{pid}/environ", "rb") as file:
+                known = f"PROCESS_ARGUMENTS={self.prefix}".encode() in file.read().split(b"\0")
+            for number in numbers if known else ():
+                os.kill(pid, number)
+            return known
+        except OSError:
+            return False
 
     def fifos(self):
         """The FIFOs of clients."""
@@ -125,11 +135,11 @@ class CompanionTest(OrbuTest):
 
     def test_stopped_companion(self):
         self.orbu("list")
-        os.kill(server_pid(self.prefix), signal.SIGSTOP)
+        self.assertTrue(self.signal_server(signal.SIGSTOP))
         before = time.monotonic()
         self.orbu("list", "--timeout", "300ms", code=TIME_LIMIT)
         self.assertLess(time.monotonic() - before, 5)
-        os.kill(server_pid(self.prefix), signal.SIGCONT)
+        self.assertTrue(self.signal_server(signal.SIGCONT))
         self.orbu("list")
 
 
@@ -230,9 +240,9 @@ class CommandLineTest(OrbuTest):
             master, terminal = pty.openpty()
             subprocess.run(self.command("call", "noname"), stderr=terminal, timeout=SECONDS, check=False,
                            env={**os.environ, "TERM": "xterm", **extra})
+            os.close(terminal)  # so that reading ends if nothing was written
             self.assertEqual(b"\033[" in os.read(master, 4096), wanted, extra)
             os.close(master)
-            os.close(terminal)
 
     def test_output_that_nobody_takes(self):
         reading, writing = os.pipe()
@@ -270,7 +280,7 @@ class LimitTest(OrbuTest):
 
     def test_stopped_server_with_a_full_fifo(self):
         self.orbu("list")
-        os.kill(server_pid(self.prefix), signal.SIGSTOP)
+        self.assertTrue(self.signal_server(signal.SIGSTOP))
         filler = os.open(os.path.join(self.prefix, "0"), os.O_WRONLY | os.O_NONBLOCK)
         with self.assertRaises(BlockingIOError):
             while True:
@@ -331,7 +341,7 @@ class LimitTest(OrbuTest):
         self.leaves_files = True
         self.orbu("call", "demo.die", code=FAILED)
         process = self.begin("call", "demo.never")
-        os.kill(server_pid(self.prefix), signal.SIGKILL)
+        self.assertTrue(self.signal_server(signal.SIGKILL))
         self.finish(process, FAILED)
         self.orbu("list")  # in spite of what the dead one left
 
@@ -339,10 +349,13 @@ class LimitTest(OrbuTest):
         self.orbu("call", "demo.end", code=FAILED)
 
     def test_id_file_of_a_stranger(self):
+        stranger = subprocess.Popen(["sleep", "60"])
+        self.addCleanup(stranger.wait)
+        self.addCleanup(stranger.kill)
         os.mkdir(self.prefix)
         os.mkfifo(os.path.join(self.prefix, "0"))
         with open(os.path.join(self.prefix, ".serverpid"), "w", encoding="ascii") as file:
-            file.write(str(os.getppid()))
+            file.write(str(stranger.pid))
         self.orbu("list", "--timeout", "10s", code=NO_SERVER)
         shutil.rmtree(self.prefix)
         self.leaves_files = True
