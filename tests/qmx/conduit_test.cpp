@@ -169,19 +169,33 @@ TEST_F(ConduitTest, SendsToOneWriterOrToAll) {
     EXPECT_EXIT(sendTo(0), ::testing::KilledBySignal(SIGPIPE), "");
 }
 
+// Asks the other side for one level less, nested in the wait of the one above, over a session of its own.
+long goDown(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
+    long const depth = request->attributeAsLong("depth");
+    if (depth > 0) {
+        QMXPipeSession* deeper = session->conduit()->newSession();
+        QMXPipePacket question("test.down", nullptr, QMXPipe::Synchronous);
+        question.setAttribute("depth", depth - 1);
+        EXPECT_EQ(deeper->send(&question, response), SendDone);
+        deeper->close(false);
+        deeper->release();
+    }
+    response->setAttribute("depth", response->attributeAsLong("depth") + 1);
+    return HandlerDone;
+}
+
 TEST_F(ConduitTest, TwoSidesTalkAndSayGoodbye) {
     Registered facility;
-    facility.registerFunction("greet", greet);
+    facility.registerFunction("down", goDown);
     Pair pair(channel(), channel());
     QMXPipeSession* session = pair.client.newSession();
     pair.client.setDefaultSession(session);
     session->release();
     QMXPipePacket response;
-    QMXPipePacket request("test.greet", nullptr, QMXPipe::SynchronicityDefault);
-    request.setAttribute("name", TStr("A b"));
+    QMXPipePacket request("test.down", nullptr, QMXPipe::SynchronicityDefault);
+    request.setAttribute("depth", 6L);
     EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
-    EXPECT_EQ(response.attributeAsLong("from"), 11);
-    EXPECT_EQ(text(response.attributeAsString("name")), "A b");
+    EXPECT_EQ(response.attributeAsLong("depth"), 7);
     EXPECT_EQ(pair.client.lastActiveSession(), session);
     pair.client.terminate(true);
     EXPECT_EQ(pair.client.lastActiveSession(), nullptr);

@@ -98,32 +98,6 @@ TEST_F(SessionTest, CallbackLooksFirst) {
     EXPECT_EQ(unkept->process(&packet), 0) << "the last reference goes while it is processed";
 }
 
-// Asks the other side for one level less, nested in the wait of the one above, over a session of its own.
-long goDown(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
-    long const depth = request->attributeAsLong("depth");
-    if (depth > 0) {
-        QMXPipeSession* deeper = session->conduit()->newSession();
-        QMXPipePacket question = requestFor("test.down");
-        question.setAttribute("depth", depth - 1);
-        EXPECT_EQ(deeper->send(&question, response), SendDone);
-        deeper->close(false);
-        deeper->release();
-    }
-    response->setAttribute("depth", response->attributeAsLong("depth") + 1);
-    return HandlerDone;
-}
-
-TEST_F(TransportTest, HandlersSendNestedInAWait) {
-    Registered facility;
-    facility.registerFunction("down", goDown);
-    Pair pair(channel(), channel());
-    QMXPipePacket response;
-    QMXPipePacket question = requestFor("test.down");
-    question.setAttribute("depth", 6L);
-    EXPECT_EQ(pair.client.send(question, response, 0), SendDone);
-    EXPECT_EQ(response.attributeAsLong("depth"), 7);
-}
-
 // A session that nobody closed says goodbye when its last reference goes, once.
 TEST_F(SessionTest, DestructionClosesOnce) {
     mSide.running = [] { return false; };
