@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace {
 
 std::string text(QMXDictionary const& dictionary) { return textOf(dictionary.marshal()); }
@@ -187,18 +185,17 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     d.set("z", 1L);
     d.set("a", "no dictionary");
     d.set("a.b", 1L);
-    d.set("y", 1L);
+    d.set("i", 1L);   // in the same bucket
     d.set("a.b", 2L); // replaced where it is
     EXPECT_FALSE(d.exists("a.b"));
     EXPECT_EQ(d.typeOf("a.b"), 1);
-    EXPECT_TRUE(textOf(d.marshalItem("a.b")) == "<null>");
+    EXPECT_EQ(textOf(d.marshalItem("a.b")), "<null>");
     EXPECT_EQ(d._internalGetValue("a.b", false)->asLong(), 2);
-    Texts keys = textsOf(d.keys());
-    EXPECT_EQ(std::count(keys.begin(), keys.end(), "a.b"), 1);
-    EXPECT_NE(("," + text(d) + ",").find(",,"), std::string::npos);
+    const Texts keys = {"z", "a.b", "i", "a"};
     d.remove("a.b");
     EXPECT_EQ(textsOf(d.keys()), keys);
     EXPECT_EQ(textsOf(QMXDictionary(d).keys()), keys);
+    EXPECT_EQ(text(d), "z=d1,,i=d1,a=hno!20dictionary");
 
     // With a dictionary in the way the path is found, but the literal entry is what is told.
     d.set("a", *Counted());

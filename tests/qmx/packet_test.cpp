@@ -132,9 +132,7 @@ TEST(Packet, AttributesByType) {
     EXPECT_EQ(textsOf(packet.attributeAsStringList("t")), (Texts{"a", "b"}));
     EXPECT_EQ(packet.attributeAsDictionary("d").getLong("in"), 1);
     EXPECT_EQ(textsOf(packet.attributeAsDictionary("none").keys()), Texts());
-
-    // Copies do not lead back into the packet.
-    packet.attributes().set("l", 0L);
+    packet.attributes().set("l", 0L); // a copy
     EXPECT_EQ(packet.attributeAsInt("l"), 5);
     packet.setAttributes(nested);
     packet.updateAttributes(packet.attributes());
