@@ -59,7 +59,10 @@ bool wantsNoAnswer(QMXPipePacket const& request) { return request.synchronicity(
 long DialogFacility::dispatch(QMXPipeSession* session, QMXPipePacket* request) {
     TStr const code = request->code();
     bool const question = code.isEmpty() || code == "index" || code == "methodInformation";
-    return question && wantsNoAnswer(*request) ? HandlerHandled : QMXPipeFacility::dispatch(session, request);
+    if (question && wantsNoAnswer(*request)) {
+        return HandlerHandled;
+    }
+    return QMXPipeFacility::dispatch(session, request);
 }
 
 DialogDesk::DialogDesk(Presenter& presenter)
