@@ -3,6 +3,7 @@
     client.py SERVER       connects to the program SERVER, compares each answer byte for byte, and ends
 """
 import os
+import pathlib
 import shutil
 import signal
 import subprocess
@@ -89,6 +90,15 @@ CONVERSATION = [
 ]
 
 
+# What stands in the file of rules, a request with the focus on button 1, and the button that is pressed.
+ANSWERS = [
+    ("", "qmx.MessageBox", 1),
+    ("for=ErrorDialog never\nfor=MessageBox after=20ms button=7", "qmx.MessageBox", 7),
+    ("caption=other never; nonsense=1; button=3", "qmx.MessageBox", 3),
+    ("for=MessageBox never\nfor=ErrorDialog after=20ms button=0", "orbu.ErrorDialog", None),
+]
+
+
 def check(what, got, wanted):
     if got != wanted:
         raise AssertionError(f"{what}:\n  got    {got}\n  wanted {wanted}")
@@ -126,13 +136,29 @@ def converse(client, server):
     check("the end", client.end(), f"65536;system.RESP;{me};{client.partner};0;1;RCOD=hcndTerm;CPID=d{server}")
 
 
+def answer_dialogs(client, rules):
+    for text, name, button in ANSWERS:
+        rules(text)
+        answer = Packet.parse(client.ask(name, {"focus_button_index": 1}))
+        check(repr(text), answer.attributes.get("selected_button"), button)
+
+    # Dialogs do not wait for one another: one that is never answered stands open while others come and go.
+    rules("caption=stuck never\nafter=20ms")
+    client.send("qmx.MessageBox", {"caption": "stuck"})
+    for focus in (5, 6):
+        client.send("qmx.MessageBox", {"focus_button_index": focus})
+    answers = [Packet.parse(client.inbox.line(SECONDS)).attributes["selected_button"] for _ in range(2)]
+    check("the answers beside a dialog that stays", answers, [5, 6])
+
+
 def main(program):
     folder = tempfile.mkdtemp(prefix="orbu-wire-")
+    rules_file = pathlib.Path(folder, "rules")
     prefix = os.path.join(folder, f"wire{os.getpid()}")
     processes = []
 
     def start():
-        environment = {**os.environ, "PROCESS_ARGUMENTS": prefix}
+        environment = {**os.environ, "PROCESS_ARGUMENTS": prefix, "ORBU_QMX_ANSWERS_FILE": str(rules_file)}
         processes.append(subprocess.Popen([program], env=environment, start_new_session=True))
 
     try:
@@ -143,12 +169,19 @@ def main(program):
 
         client = Client(prefix, start)
         check("the number of servers", len(processes), 1)
+        answer_dialogs(client, rules_file.write_text)
         processes[0].send_signal(signal.SIGTERM)
         # The server says goodbye to its client, and does not wait for it.
         wait_for(lambda: not server_pid(prefix), SECONDS, "the end of the role")
         client.leave()
         check("the server's exit", processes[0].wait(SECONDS), 0)
         check("what stands there after the server's end", os.path.exists(prefix), False)
+
+        client = Client(prefix, start)
+        rules_file.write_text("exit=9")
+        client.send("orbu.ErrorDialog")
+        check("the exit that was asked for", processes[1].wait(SECONDS), 9)
+        client.leave()
     finally:
         for process in processes:
             if process.poll() is None:
