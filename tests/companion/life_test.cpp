@@ -32,8 +32,7 @@ TEST_F(LifeTest, ADeadServerEndsTheWaitAndTheNextConnectStartsAnother) {
     ASSERT_TRUE(client);
     int const server = serverPid();
     Child killer([&] {
-        eventually([&] { return serverLog("orbu.ErrorDialog"); });
-        return server > 1 ? kill(server, SIGKILL) : 1;
+        return eventually([&] { return serverLog("orbu.ErrorDialog"); }) && signalServer(SIGKILL) ? 0 : 1;
     });
     QMXPipePacket response;
     expectError("QMX is unavailable");
