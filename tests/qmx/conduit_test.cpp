@@ -1,9 +1,9 @@
 #include "transport.h"
 
 #include <csignal>
-#include <sys/wait.h>
 
 #include "orbuutil/c_memory.h"
+#include "support/processes.h"
 
 namespace {
 
@@ -227,12 +227,9 @@ TEST_F(ConduitTest, ClosesOtherSessionsFirst) {
 }
 
 TEST_F(ConduitTest, HousekeepingClosesTheSessionsOfTheDead) {
-    pid_t const child = fork();
-    if (child == 0) {
-        pause();
-    }
+    Child child([] { return ::pause(); });
     Side side(true);
-    long const pids[] = {child, getpid(), 0};
+    long const pids[] = {child.pid(), getpid(), 0};
     for (long pid : pids) {
         QMXPipeSession* session = side.newSession();
         session->setPartnerPID(pid);
@@ -240,8 +237,7 @@ TEST_F(ConduitTest, HousekeepingClosesTheSessionsOfTheDead) {
     }
     side.poll();
     EXPECT_NE(side.findSession(10), nullptr);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    child.end();
     side.poll();
     EXPECT_EQ(side.findSession(10), nullptr);
     EXPECT_TRUE(side.findSession(11) != nullptr && side.findSession(12) != nullptr);
