@@ -294,6 +294,7 @@ QMXPipeNamedConduit* QMXPipeNamedConduit::server(TStr const& prefix) {
     auto* const conduit = new QMXPipeNamedConduit(prefix, true, QMXPipe::Synchronous);
     if (!conduit->isValid()) {
         // Abandoned, not destroyed: its destructor would remove the files of a server that has the prefix.
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
         qmxLogError("Could not create server conduit.");
         return nullptr;
     }
