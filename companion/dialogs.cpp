@@ -56,6 +56,15 @@ bool wantsNoAnswer(QMXPipePacket const& request) { return request.synchronicity(
 
 } // namespace
 
+long DialogFacility::dispatch(QMXPipeSession* session, QMXPipePacket* request) {
+    TStr const code = request->code();
+    bool const question = code.isEmpty() || code == "index" || code == "methodInformation";
+    if (question && wantsNoAnswer(*request)) {
+        return HandlerHandled;
+    }
+    return QMXPipeFacility::dispatch(session, request);
+}
+
 DialogDesk::DialogDesk(Presenter& presenter)
     : presenter_(presenter), orbu_("orbu", *this), qmx_("qmx", *this) {
     orbu_.registerFunction(TStr("ErrorDialog"), errorDialog);

@@ -31,6 +31,8 @@ class DialogFacility : public QMXPipeFacility {
 public:
     DialogFacility(char const* name, DialogDesk& desk) : name_(name), desk_(desk) {}
     TStr facility() override { return TStr(name_); }
+    // What every facility answers by itself (index, method information) goes to those alone who wait for it.
+    long dispatch(QMXPipeSession* session, QMXPipePacket* request) override;
     DialogDesk& desk() { return desk_; }
 
 private:

@@ -17,7 +17,8 @@
 namespace {
 
 constexpr int kRoundsAtOnce = 64;
-constexpr Milliseconds kTick(1000); // for processes that have no descriptor
+constexpr Milliseconds kTick(1000);            // for processes that have no descriptor
+constexpr Milliseconds kLongestWait(86400000); // poll(2) takes an int
 constexpr long kFarewellMicroseconds = 1000000;
 
 } // namespace
@@ -180,6 +181,7 @@ void ServerLoop::wait(bool more) {
     if (more) {
         timeout = Milliseconds::zero();
     }
+    timeout = std::min<Milliseconds>(timeout, kLongestWait);
     if (::poll(descriptors_.data(), descriptors_.size(), static_cast<int>(timeout.count())) > 0) {
         hosts_.collect(descriptors_);
         someGone_ = clients_.collect(descriptors_);
@@ -198,6 +200,11 @@ bool ServerLoop::finish(End reason) {
         return false;
     }
     desk_.reset();
+    if (host_ != 0 && hosts_.isGone(0)) {
+        // The prefix was the host's alone. Its FIFO would keep the directory, and nobody will come for
+        // either.
+        ::unlink((settings_.prefix + "/" + std::to_string(host_)).c_str());
+    }
     conduit_->terminate(true);
     delete conduit_;
     conduit_ = nullptr;

@@ -50,7 +50,7 @@ std::optional<Milliseconds> parseDuration(std::string const& text) {
     } units[] = {{"ms", 1}, {"s", 1000}, {"min", 60000}};
 
     size_t const digits = text.find_first_not_of("0123456789");
-    if (digits == 0 || digits > 9 || digits == std::string::npos) {
+    if (digits == 0 || digits > 8 || digits == std::string::npos) {
         return std::nullopt;
     }
     for (auto const& unit : units) {

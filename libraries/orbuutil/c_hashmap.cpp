@@ -100,7 +100,7 @@ std::int32_t filled_bucket(const hashmap* map, std::int32_t bucket) {
 
 void unlink_and_free(hashmap* map, hashmap_entry** slot) {
     hashmap_entry* entry = *slot;
-    *slot = entry->next;
+    *slot = entry->next; // NOLINT(clang-analyzer-core.NullDereference): the slot leads to an entry
     map->entry_count -= 1;
     private_memory_free_entry(map, entry);
 }

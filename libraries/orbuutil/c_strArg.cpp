@@ -128,7 +128,7 @@ struct Write {
 
 str* private_str_fill(str* s, const char* arg, long bytes, int width, char fill) {
     const long extent = private_str_extent(s);
-    const Placeholders found = scan(extent > 0 ? s->text : nullptr, extent);
+    const Placeholders found = scan(extent > 0 ? s->text : "", extent);
     if (found.lowest == NO_PLACEHOLDER) {
         // The copy runs from the new result to the format: both end up null. Hosts depend on it.
         str* result = str_init();

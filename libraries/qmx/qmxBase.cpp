@@ -11,6 +11,7 @@ QMXBase::QMXBase() : mpReference(new Reference{1, 0}) {}
 
 QMXBase::QMXBase(QMXBase const&) : QMXBase() {}
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned
 QMXBase& QMXBase::operator=(QMXBase const&) { return *this; }
 
 QMXBase::~QMXBase() { delete mpReference; }

@@ -124,6 +124,43 @@ void QMXDictionaryEntry::destroy(QMXDictionaryEntry* entry) {
     ::operator delete(entry);
 }
 
+// From a dictionary to its parent and on. In a ring it stops when it comes back to a mark that is set anew
+// after twice as many steps each time: by then it has been everywhere.
+class QMXDictionary::Outward {
+public:
+    explicit Outward(QMXDictionary const* start) : mpAt(start), mpMark(start) {}
+
+    QMXDictionary const* operator->() const { return mpAt; }
+    explicit operator bool() const { return mpAt != nullptr; }
+
+    void operator++() {
+        mpAt = mpAt->mpParent;
+        if (mpAt == mpMark) {
+            mIsRing = mpAt != nullptr;
+            mpAt = nullptr;
+        } else if (++mSteps == mStepsToMark) {
+            mpMark = mpAt;
+            mStepsToMark += mStepsToMark;
+            mSteps = 0;
+        }
+    }
+
+    static bool meetsRing(QMXDictionary const* start) {
+        Outward d(start);
+        while (d) {
+            ++d;
+        }
+        return d.mIsRing;
+    }
+
+private:
+    QMXDictionary const* mpAt;
+    QMXDictionary const* mpMark;
+    bool mIsRing = false;
+    long mSteps = 0;
+    long mStepsToMark = 1;
+};
+
 [[gnu::noinline]] QMXDictionary* private_qmx_keep_dictionary(QMXDictionary const& dictionary) {
     return new QMXDictionary(dictionary);
 }
@@ -221,9 +258,6 @@ void QMXDictionary::update(QMXDictionary const& other) {
     }
 }
 
-// The dictionary to ask next. One that is its own parent has none.
-QMXDictionary const* QMXDictionary::outward() const { return mpParent != this ? mpParent : nullptr; }
-
 QMXValue* QMXDictionary::own(TStr const& key) const { return value_at(slot_of(mMap.handle(), key)); }
 
 // The value to which the path leads from here, parents left aside.
@@ -240,7 +274,7 @@ QMXValue* QMXDictionary::found(TStr const& key) const {
 
 // The same for the getters, which ask parents with the same path.
 QMXValue* QMXDictionary::foundOutward(TStr const& key) const {
-    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+    for (Outward d(this); d; ++d) {
         if (QMXValue* value = d->found(key)) {
             return value;
         }
@@ -365,8 +399,15 @@ void QMXDictionary::remove(TStr const& key) {
         return;
     }
     TStr path(key);
-    if (QMXDictionary* home = resolve(path, nullptr, false)) {
+    QMXDictionary* home = resolve(path, nullptr, false);
+    if (home != nullptr && home != this) {
         home->remove(path);
+    } else if (home != nullptr) {
+        // What is left of the path is a key without points, or none at all.
+        hashmap_entry** slot = slot_of(mMap.handle(), path);
+        if (*slot != nullptr) {
+            remove_at(mMap.handle(), slot);
+        }
     }
 }
 
@@ -389,11 +430,17 @@ bool QMXDictionary::exists(TStr const& key) const { return foundOutward(key) != 
 bool QMXDictionary::contains(TStr const& key) const { return exists(key); }
 
 QMXValue QMXDictionary::getValue(TStr const& key) const {
-    if (QMXValue const* value = found(key)) {
-        return *value;
+    for (Outward d(this); d; ++d) {
+        if (QMXValue const* value = d->found(key)) {
+            return *value;
+        }
+        // A class of its own may have overridden this.
+        QMXDictionary const* parent = d->mpParent;
+        if (parent != nullptr && typeid(*parent) != typeid(QMXDictionary) && !Outward::meetsRing(parent)) {
+            return parent->getValue(key);
+        }
     }
-    QMXDictionary const* parent = outward();
-    return parent != nullptr ? parent->getValue(key) : QMXValue();
+    return QMXValue();
 }
 
 bool QMXDictionary::getBool(TStr const& key) const {
@@ -424,7 +471,7 @@ TList<TStr> QMXDictionary::getStringList(TStr const& key) const {
 }
 
 void* QMXDictionary::getPointer(TStr const& key) const {
-    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+    for (Outward d(this); d; ++d) {
         QMXValue const* value = d->found(key);
         if (value != nullptr && value->type() == QMXValue::TypePointer) {
             return value->asVoidPointer();
@@ -434,7 +481,7 @@ void* QMXDictionary::getPointer(TStr const& key) const {
 }
 
 QMXDictionary* QMXDictionary::getDictionary(TStr const& key) const {
-    for (QMXDictionary const* d = this; d != nullptr; d = d->outward()) {
+    for (Outward d(this); d; ++d) {
         QMXValue const* value = d->found(key);
         if (value != nullptr && value->type() == QMXValue::TypeDictionary) {
             QMXDictionary* dictionary = value->asDictionary();
@@ -491,11 +538,13 @@ QMXDictionary* QMXDictionary::resolve(TStr& key, QMXValue** value, bool useParen
 }
 
 QMXValue* QMXDictionary::_internalGetValue(TStr const& key, bool useParents) const {
-    QMXValue* value = own(key);
-    for (QMXDictionary const* d = this; value == nullptr && useParents && (d = d->outward()) != nullptr;) {
-        value = d->own(key);
+    for (Outward d(this); d; ++d) {
+        QMXValue* value = d->own(key);
+        if (value != nullptr || !useParents) {
+            return value;
+        }
     }
-    return value;
+    return nullptr;
 }
 
 TStr QMXDictionary::marshalItem(TStr const& key) const {

@@ -50,7 +50,8 @@ public:
     QMXDictionary(QMXDictionary const& other);
     ~QMXDictionary() override;
 
-    // clear(), update(other), and the parent of `other`. A dictionary assigned to itself keeps its entries.
+    // clear(), update(other), and the parent of `other`, which may close a ring of parents: its look-ups end,
+    // but it is never deleted. A dictionary assigned to itself keeps its entries.
     QMXDictionary& operator=(QMXDictionary const& other);
 
     // Sets each own entry of `other` here, in its order; parents do not count.
@@ -122,7 +123,8 @@ private:
     friend class QMXPipePacket;
     friend class QMXText;
 
-    QMXDictionary const* outward() const;
+    class Outward;
+
     QMXValue* own(TStr const& key) const;
     QMXValue* found(TStr const& key) const;
     QMXValue* foundOutward(TStr const& key) const;

@@ -37,11 +37,11 @@ constexpr std::array<Escape, 256> makeEscapes() {
 constexpr std::array<signed char, 256> makeHexValues() {
     std::array<signed char, 256> table{};
     table.fill(-1);
-    for (int i = 0; i < 10; ++i)
-        table[static_cast<size_t>('0' + i)] = static_cast<signed char>(i);
-    for (int i = 0; i < 6; ++i) {
-        table[static_cast<size_t>('a' + i)] = static_cast<signed char>(10 + i);
-        table[static_cast<size_t>('A' + i)] = static_cast<signed char>(10 + i);
+    for (unsigned char i = 0; i < 10; ++i)
+        table['0' + i] = static_cast<signed char>(i);
+    for (unsigned char i = 0; i < 6; ++i) {
+        table['a' + i] = static_cast<signed char>(10 + i);
+        table['A' + i] = static_cast<signed char>(10 + i);
     }
     return table;
 }
@@ -52,7 +52,7 @@ constexpr std::array<signed char, 256> hexValues = makeHexValues();
 TStr adopt(str* made) { return TStr(static_cast<void*>(made)); }
 
 // The value of the two characters of an escape, by the rules of TStr::toLong (a sign or a blank passes);
-// false when they cannot be decoded, which is reported with the whole input.
+// false when they cannot be decoded, which is reported with the whole input. Two bytes at least are there.
 bool decodePair(const char* pair, const char* whole, long bytes, char* byte) {
     const long high = hexValues[static_cast<unsigned char>(pair[0])];
     const long low = hexValues[static_cast<unsigned char>(pair[1])];
@@ -60,7 +60,9 @@ bool decodePair(const char* pair, const char* whole, long bytes, char* byte) {
         *byte = static_cast<char>(high << 4 | low);
         return true;
     }
-    const TStr text(pair, 2, STR_UTF8);
+    const long left = whole + bytes - pair;
+    const long two = private_text_offset(pair, left, 2);
+    const TStr text(pair, two < 0 ? left : two, STR_UTF8);
     bool ok = false;
     const long value = text.toLong(&ok, 16);
     if (!ok) {

@@ -95,6 +95,7 @@ QMXPipeConduit& QMXPipeConduit::operator=(QMXPipeConduit const& other) {
         forEach(mpData->sessions, [](long, QMXPipeSession* session) { session->release(); });
         replaceByDuplicate(mpData->sessions, other.mpData->sessions);
         replaceByDuplicate(mpData->readers, other.mpData->readers);
+        mpData->readerChanges += 1;
         replaceByDuplicate(mpData->writers, other.mpData->writers);
         mpData->shouldCloseSessionInitiateOnClose = other.mpData->shouldCloseSessionInitiateOnClose;
         mpData->synchronicity = other.mpData->synchronicity;
@@ -115,13 +116,11 @@ QMXPipeConduit::~QMXPipeConduit() {
     if (mpData->isServer && hashmap_count(mpData->readers.handle()) > 0) {
         QMXPipeConduit::removeAllReaders();
     }
-    // What is left would go on using a conduit that is no more.
-    auto const left = pickSessions(mpData->sessions, [](QMXPipeSession*) { return true; });
-    for (auto const& session : left) {
-        QMXPipeEngine::abandon(session.get(), this);
-        session->release();
+    // What is left, in the table or with the host alone, would go on using a conduit that is no more.
+    for (QMXPipeSession* session : mpData->open) {
+        QMXPipeEngine::abandon(session);
     }
-    QMXPipeEngine::abandon(mpData->defaultSession, this);
+    forEach(mpData->sessions, [](long, QMXPipeSession* session) { session->release(); });
     setDefaultSession(nullptr);
     delete mpData;
     if (spFacilities != nullptr && hashmap_count(spFacilities->handle()) == 0) {
@@ -131,6 +130,13 @@ QMXPipeConduit::~QMXPipeConduit() {
 }
 
 void QMXPipeConduit::init(bool internal) {
+    if (mpData->systemFacility != nullptr) {
+        return;
+    }
+    if (QMXPipeSession* shared = findSession(systemSessionId); shared != nullptr) {
+        hashmap_remove(mpData->sessions.handle(), &systemSessionId);
+        shared->release();
+    }
     auto* session = new QMXPipeSystemSession(this, systemSessionId);
     QMXPipeSession* stored = session; // its creation reference is the table's
     hashmap_insert(mpData->sessions.handle(), &systemSessionId, &stored);
@@ -216,17 +222,18 @@ long QMXPipeConduit::poll() {
     if (mpData->status == ConduitTerminated) {
         return 0;
     }
-    // Processing a packet can change the table of readers, so the sweep then starts anew and passes over the
+    // Processing a packet can change the table of readers. The sweep then starts anew and passes over the
     // keys that it has seen. Before the first packet there is nothing to remember, and a sweep that finds
     // none allocates nothing.
     long count = 0;
     std::vector<long> seen;
     hashmap* const readers = mpData->readers.handle();
     hashmap_entry* entry = private_hashmap_first(readers);
+    bool anew = false;
     while (entry != nullptr) {
         long const key = *static_cast<long const*>(entry->key);
         auto& reader = *static_cast<QMXPipeReadEndpoint*>(entry->value);
-        bool const passOver = std::find(seen.begin(), seen.end(), key) != seen.end();
+        bool const passOver = anew && std::find(seen.begin(), seen.end(), key) != seen.end();
         std::unique_ptr<TStr> line(passOver ? nullptr : QMXPipeEngine::takeText(reader));
         if (line == nullptr) {
             if (!passOver && !seen.empty()) {
@@ -242,16 +249,24 @@ long QMXPipeConduit::poll() {
             }
         }
         seen.push_back(key);
-        QMXPipePacket* packet = new QMXPipePacket(QMXPipe::SynchronicityDefault);
-        packet->unmarshal(*line);
-        line.reset();
-        mpData->incoming = packet;
-        count += processPacket(packet);
-        mpData->incoming = nullptr; // if there was no session for it
-        packet->release();
-        entry = private_hashmap_first(readers);
+        long const changes = mpData->readerChanges;
+        count += QMXPipeEngine::processLine(this, std::move(line));
+        bool const changed = mpData->readerChanges != changes;
+        anew = anew || changed;
+        entry = changed ? private_hashmap_first(readers) : private_hashmap_after(readers, entry);
     }
     housekeeping();
+    return count;
+}
+
+long QMXPipeEngine::processLine(QMXPipeConduit* conduit, std::unique_ptr<TStr> line) {
+    auto* packet = new QMXPipePacket(QMXPipe::SynchronicityDefault);
+    packet->unmarshal(*line);
+    line.reset(); // a handler may go on for long
+    conduit->mpData->incoming = packet;
+    long const count = conduit->processPacket(packet);
+    conduit->mpData->incoming = nullptr; // if there was no session for it
+    packet->release();
     return count;
 }
 
@@ -355,19 +370,24 @@ bool QMXPipeConduit::isServerRunning() { return true; }
 
 void QMXPipeConduit::addReader(long key, QMXPipeReadEndpoint const& endpoint) {
     hashmap_insert(mpData->readers.handle(), &key, &endpoint);
+    mpData->readerChanges += 1;
 }
 
 void QMXPipeConduit::addWriter(long key, QMXPipeWriteEndpoint const& endpoint) {
     hashmap_insert(mpData->writers.handle(), &key, &endpoint);
 }
 
-void QMXPipeConduit::removeReader(long key) { removeEndpoint(mpData->readers, key); }
+void QMXPipeConduit::removeReader(long key) {
+    mpData->readerChanges += 1;
+    removeEndpoint(mpData->readers, key);
+}
 
 void QMXPipeConduit::removeWriter(long key) { removeEndpoint(mpData->writers, key); }
 
 void QMXPipeConduit::removeAllReaders() {
     forEach(mpData->readers, [](long, QMXPipeReadEndpoint& reader) { reader.close(); });
     hashmap_clear(mpData->readers.handle());
+    mpData->readerChanges += 1;
 }
 
 bool QMXPipeConduit::readerForKey(long key, QMXPipeReadEndpoint& out) {

@@ -4,19 +4,16 @@
 // line; a line that comes in becomes a packet and is handed to the session that it names, or to a new one.
 //
 // - Input happens only in poll(), on the caller's thread: one sweep over the readers, no blocking. A
-// synchronous send
-//   calls it in a loop, so handlers can run nested inside a wait, and they may add or remove readers and
-//   sessions.
+//   synchronous send calls it in a loop, so handlers can run nested inside a wait, and they may add or remove
+//   readers and sessions. Nobody may delete a conduit from inside it: a handler closes it at most.
 // - Ownership: a conduit ends by terminate() or close() and then `delete`, not by counting retains: each open
-// session
-//   retains it. The session table holds one retain on each session, and the conduit one more on its default
-//   session. Packets stay with the caller.
+//   session retains it. The session table holds one retain on each session, and the conduit one more on its
+//   default session. Packets stay with the caller.
 // - Facilities stand in one table for the whole process, which owns none of them. Session ids are unique in
-// the process.
+//   the process.
 // - Results: each function says its own. Errors are reported to QMXBase::logError and never thrown.
 // - Threads: one thread drives a conduit. Nothing here is atomic, and the facility table, the session ids and
-// the
-//   disposition of SIGPIPE (see send) are the process's. Where a host has several threads it keeps one
+//   the disposition of SIGPIPE (see send) are the process's. Where a host has several threads it keeps one
 //   conduit to one.
 #pragma once
 
@@ -59,9 +56,13 @@ public:
     QMXPipeConduit(QMXPipeConduit const& other);
     // Tables, synchronicity and the close flag of the other.
     QMXPipeConduit& operator=(QMXPipeConduit const& other);
-    // Does not close the conversation: call terminate() or close() first. Sessions that are still in the
-    // table lose their conduit.
+    // Does not close the conversation: call terminate() or close() first. Sessions that are still
+    // open, in the table or not, lose it and say nothing.
     ~QMXPipeConduit() override;
+
+    // Makes the system session and facility, and the conduit ready. The constructor has done it; for a copy.
+    // A second call is a no-op.
+    void init(bool internal);
 
     // A count with no lock underneath; a derived conduit puts a real one there. 0: done. The count never
     // falls below 0.
@@ -192,8 +193,6 @@ public:
 
 private:
     friend struct QMXPipeEngine;
-
-    void init(bool internal);
 
     QMXPipeConduitData* mpData;
 };

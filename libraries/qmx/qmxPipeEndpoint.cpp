@@ -214,6 +214,8 @@ QMXPipeReadEndpoint QMXPipeReadEndpoint::fromFD(int fd) {
     return QMXPipeReadEndpoint(QMXPipeFileFromFD(fd, PipeModeRead | PipeModeNonBlock));
 }
 
+QMXPipeWriteEndpoint::QMXPipeWriteEndpoint() : QMXPipeWriteEndpoint(nullptr) {}
+
 QMXPipeWriteEndpoint::QMXPipeWriteEndpoint(QMXPipeIODevice& device)
     : QMXPipeEndpoint(device, EndpointWrite) {}
 

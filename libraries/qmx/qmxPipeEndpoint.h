@@ -1,14 +1,13 @@
 // Endpoints: a device as one end of a conversation, read as lines or written as text.
 //
 // - Ownership: an endpoint holds one reference on its device, and copies of an endpoint share it. An endpoint
-// that goes
-//   away does not close the descriptor: close() does, or a device made to close when it is destroyed.
+//   that goes away does not close the descriptor: close() does, or a device made to close when it is
+//   destroyed.
 // - Lines: every reading operation first takes in all that the device has. What came in is cut at line feeds,
-// and the
-//   rest without a line feed is a line of its own: it is not kept back for what comes later. So a line must
-//   be written by one call, and a line longer than a FIFO holds can arrive as several. Bytes are read as
-//   ASCII: one of 0x80 or above becomes "?", and a NUL byte drops what was read together with it and stands
-//   behind it (up to 4096 bytes).
+//   and the rest without a line feed is a line of its own: it is not kept back for what comes later. So a
+//   line must be written by one call, and a line longer than a FIFO holds can arrive as several. Bytes are
+//   read as ASCII: one of 0x80 or above becomes "?", and a NUL byte drops what was read together with it and
+//   stands behind it (up to 4096 bytes).
 // - Pending lines belong to one endpoint object. A copy starts without any.
 // - Results: errors of the device read as no data; a failed write is told by its result alone.
 // - Threads: one thread at a time.
@@ -103,7 +102,8 @@ private:
 
 class ORBU_EXPORT QMXPipeWriteEndpoint : public QMXPipeEndpoint {
 public:
-    QMXPipeWriteEndpoint() = default;
+    // Without a device, and for writing all the same.
+    QMXPipeWriteEndpoint();
     explicit QMXPipeWriteEndpoint(QMXPipeIODevice& device);
     explicit QMXPipeWriteEndpoint(QMXPipeIODevice* device);
 

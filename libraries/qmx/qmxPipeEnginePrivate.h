@@ -17,6 +17,9 @@
 #include "qmx/qmxPipePacket.h"
 #include "qmx/qmxPipeSession.h"
 
+#include <memory>
+#include <unordered_set>
+
 struct QMXPipeConduitData {
     TMap<long, QMXPipeReadEndpoint> readers;
     TMap<long, QMXPipeWriteEndpoint> writers;
@@ -34,6 +37,8 @@ struct QMXPipeConduitData {
     QMXPipeSession* lastActiveSession = nullptr; // not retained
     QMXPipeConduit* parentConduit = nullptr;     // not retained
     QMXPipePacket* incoming = nullptr;           // what poll() hands on, until somebody has had it
+    long readerChanges = 0;                      // how often the table of readers was changed
+    std::unordered_set<QMXPipeSession*> open;    // all that point to this conduit, also those in no table
 };
 
 struct QMXPipeSessionData {
@@ -59,12 +64,19 @@ struct QMXPipeFacilityData {
 
 // What one class of the engine does to another behind its verbs.
 struct QMXPipeEngine {
-    // Cuts a session off a conduit that is being destroyed: closed, without a packet, and without giving back
-    // the retain that it held. No effect on a session of another conduit.
-    static void abandon(QMXPipeSession* session, QMXPipeConduit* conduit);
+    // Begin and end what a session and its conduit know of each other, with the session's retain.
+    static void attach(QMXPipeSession* session);
+    static void detach(QMXPipeSession* session);
+
+    // Cuts a session off its conduit, which is being destroyed: closed, without a packet, and without giving
+    // back the retain that it held.
+    static void abandon(QMXPipeSession* session);
 
     // bytesAvailable(), canReadLine() and readLine() in one: the device is read once for it.
     static TStr* takeText(QMXPipeReadEndpoint& reader) { return reader.takeText(); }
+
+    // One line that came in: what processPacket() gives for its packet.
+    static long processLine(QMXPipeConduit* conduit, std::unique_ptr<TStr> line);
 
     // True for the first who asks about a packet that poll() made and will not look at again: it may be kept
     // as it is. A packet of anybody else's has to be copied.

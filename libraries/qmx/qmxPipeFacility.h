@@ -5,14 +5,11 @@
 // goes.
 //
 // - Handler results: 0 send the response, 1 failed, 3 handled completely. Only 0 is answered: with any other
-// result a
-//   partner that waits goes on waiting.
+//   result a partner that waits goes on waiting.
 // - A response has the request's facility, the code "RESP", and the attributes "RCOD" (the request's code,
-// over whatever
-//   the handler put there) and "RSCD" (0).
+//   over whatever the handler put there) and "RSCD" (0).
 // - Threads: handlers run on the thread that polls the conduit, possibly nested inside a wait. A handler may
-// close its
-//   session; only the response is touched afterwards.
+//   close its session, and must then not ask for an answer: the response goes nowhere.
 #pragma once
 
 #include "orbuutil/orbuExport.h"

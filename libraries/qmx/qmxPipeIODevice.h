@@ -1,11 +1,10 @@
 // QMXPipeIODevice: what an endpoint reads from and writes to.
 //
 // - Ownership: a device counts its endpoints. A new one has count 0; the first endpoint takes it over, and
-// the
-//   last one to let go destroys it. The count is not the one of QMXBase: retain() and release() play no part.
+//   the last one to let go destroys it. The count is not the one of QMXBase: retain() and release() play no
+//   part.
 // - Reading never blocks: a device opened or adopted for reading is put in non-blocking mode, since all input
-// is
-//   polled on the caller's thread.
+//   is polled on the caller's thread.
 // - Results: bytes as read(2) and write(2) count them, -1 for an error. Nothing is retried or reported.
 // - Threads: one thread at a time, together with its endpoints. lock() and unlock() do nothing.
 #pragma once

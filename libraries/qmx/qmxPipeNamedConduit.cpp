@@ -25,7 +25,7 @@ namespace {
 
 constexpr long kRoundMicroseconds = 100;
 constexpr int kRegisterRounds = 5000;
-constexpr int kWriterRounds = 20000;
+constexpr long kWriterMicroseconds = 2000000;
 // A file changed this lately may change again without its time stamps showing it.
 constexpr long kSettledSeconds = 2;
 // More than this in an id file is no number.
@@ -223,7 +223,7 @@ bool QMXPipeNamedConduit::setupWriter(int index) {
     // A plain open would wait for a reader, for ever if the reader has died. Opening without blocking fails
     // instead as long as there is none; the descriptor that got through keeps its place while the device
     // opens its own.
-    for (int round = 0; round < kWriterRounds; ++round) {
+    for (long const end = microseconds_now() + kWriterMicroseconds; microseconds_now() < end;) {
         UniqueFd const probe(::open(path.toUtf8(), O_WRONLY | O_NONBLOCK | O_CLOEXEC));
         if (probe.get() >= 0) {
             QMXPipeWriteEndpoint const writer(new QMXPipeFile(path, PipeModeWrite | PipeModeNonBlock, true));
@@ -294,6 +294,7 @@ QMXPipeNamedConduit* QMXPipeNamedConduit::server(TStr const& prefix) {
     auto* const conduit = new QMXPipeNamedConduit(prefix, true, QMXPipe::Synchronous);
     if (!conduit->isValid()) {
         // Abandoned, not destroyed: its destructor would remove the files of a server that has the prefix.
+        // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks)
         qmxLogError("Could not create server conduit.");
         return nullptr;
     }
@@ -459,6 +460,12 @@ QMXPipeNamedConduit* QMXPipeNamedConduit::connect(TStr const& serverPath, TStr c
             return nullptr;
         }
         conduit->unlock();
+        if (processEvents != nullptr) {
+            processEvents(context);
+        }
+        if (conduit.given_up()) {
+            return nullptr;
+        }
         ::usleep(1000);
         if (conduit->lock(timeout) == 0) {
             conduit.drop();

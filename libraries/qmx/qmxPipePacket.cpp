@@ -60,7 +60,21 @@ QMXPipePacket::QMXPipePacket(TStr const& facility, TStr const& code, QMXPipePack
     QMXPipePacket::setCode(code);
 }
 
-QMXPipePacket::QMXPipePacket(QMXPipePacket const& other) = default;
+// Attributes are assigned, which puts one under a literal path where that leads. Without any the copy is the
+// same.
+QMXPipePacket::QMXPipePacket(QMXPipePacket const& other)
+    : QMXPipeBase(other),
+      mCode(other.mCode),
+      mFacility(other.mFacility),
+      mSessionId(other.mSessionId),
+      mPartnerSessionId(other.mPartnerSessionId),
+      mSequence(other.mSequence),
+      mSynchronicity(other.mSynchronicity),
+      mAttributes(other.mAttributes) {
+    if (!isCopiedExactly()) {
+        mAttributes = other.mAttributes;
+    }
+}
 
 QMXPipePacket& QMXPipePacket::operator=(QMXPipePacket const& other) {
     if (this != &other) {

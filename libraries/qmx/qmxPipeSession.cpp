@@ -24,9 +24,7 @@ QMXPipeSession::QMXPipeSession(QMXPipeConduit* conduit, long id, long partnerId,
                                QMXPipe::Synchronicity synchronicity)
     : mpData(new QMXPipeSessionData{
           .conduit = conduit, .id = id, .partnerId = partnerId, .synchronicity = synchronicity}) {
-    if (conduit != nullptr) {
-        conduit->retain();
-    }
+    QMXPipeEngine::attach(this);
 }
 
 QMXPipeSession::~QMXPipeSession() {
@@ -134,6 +132,7 @@ long QMXPipeSession::process(QMXPipePacket* packet) {
     if (mpData->conduit == nullptr) {
         return 0;
     }
+    QMXPipeRetained<QMXPipeSession> const self(this); // the callback may close it
     mpData->conduit->setLastActiveSession(this);
     bool const ours = QMXPipeEngine::takeIncoming(mpData->conduit, packet);
     lock(0);
@@ -213,21 +212,31 @@ long QMXPipeSession::close(bool notify) {
     }
     disconnectClient(mpData->writerIndex);
     lock(0);
-    if (QMXPipeConduit* conduit = mpData->conduit; conduit != nullptr) {
-        mpData->conduit = nullptr;
-        conduit->release();
-    }
+    QMXPipeEngine::detach(this);
     mpData->state = SessionClosed;
     unlock();
     return 0;
 }
 
-void QMXPipeEngine::abandon(QMXPipeSession* session, QMXPipeConduit* conduit) {
-    if (session != nullptr && session->mpData->conduit == conduit) {
-        session->mpData->conduit = nullptr;
-        session->mpData->state = SessionClosed;
-        session->mpData->writerIndex = 0;
+void QMXPipeEngine::attach(QMXPipeSession* session) {
+    if (QMXPipeConduit* conduit = session->mpData->conduit; conduit != nullptr) {
+        conduit->retain();
+        conduit->mpData->open.insert(session);
     }
+}
+
+void QMXPipeEngine::detach(QMXPipeSession* session) {
+    if (QMXPipeConduit* conduit = session->mpData->conduit; conduit != nullptr) {
+        session->mpData->conduit = nullptr;
+        conduit->mpData->open.erase(session);
+        conduit->release();
+    }
+}
+
+void QMXPipeEngine::abandon(QMXPipeSession* session) {
+    session->mpData->conduit = nullptr;
+    session->mpData->state = SessionClosed;
+    session->mpData->writerIndex = 0;
 }
 
 QMXPipeSystemSession::QMXPipeSystemSession(QMXPipeConduit* conduit, long id)

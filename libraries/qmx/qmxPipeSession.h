@@ -5,9 +5,8 @@
 // request: while the session waits, the next packet that names it ends the wait, whatever it is.
 //
 // - Ownership: counted as a QMXBase. The conduit's table holds one retain, until close(). A session retains
-// its conduit
-//   until close(). A handler may close its own session, which may then be destroyed as soon as the handler
-//   returns.
+//   its conduit until close(). A handler may close its own session, which may then be destroyed as soon as
+//   the packet is dealt with.
 // - Results: QMXPipeSendResult (qmxPipeConduit.h) for sending and waiting.
 // - Threads: the conduit's. lock() and unlock() do nothing and mark where a lock would stand.
 #pragma once

@@ -7,14 +7,8 @@
 #include "orbuutil/tmap.h"
 #include "orbuutil/tstr.h"
 #include "orbuutil/tstrList.h"
-#include "qmx/qmxBase.h"
-#include "qmx/qmxDictionary.h"
-#include "qmx/qmxPipePacket.h"
 
 #include <gtest/gtest.h>
-
-#include <string>
-#include <vector>
 
 namespace {
 
@@ -51,24 +45,6 @@ TEST(Host, FreesWhatTheLibraryAllocated) {
         memory_free(utf16);
     }
     EXPECT_EQ(memory_allocated_count(), before);
-}
-
-std::vector<std::string> messages;
-
-void collect(QMXLogLevel level, TStr const& message, void*) {
-    messages.push_back((level == QMXLogError ? "E " : "D ") + std::string(message.toUtf8()));
-}
-
-TEST(Host, ListensToTheMessageModel) {
-    QMXBase::setLogSink(collect, nullptr);
-    QMXPipePacket packet("orbu.ErrorDialog", nullptr, QMXPipe::Synchronous);
-    packet.setAttribute("title", TStr("Hello world"), true);
-    const TStr line = packet.marshal(true);
-    QMXBase::setLogSink(nullptr, nullptr);
-    packet.marshal(true);
-    ASSERT_EQ(messages.size(), 1u);
-    EXPECT_EQ(messages[0], "D Packet Marshalled:" + std::string(line.toUtf8()));
-    EXPECT_EQ(line, "65536;orbu.ErrorDialog;0;0;0;2;title=hHello!20world");
 }
 
 } // namespace

@@ -51,9 +51,7 @@ class OrbuTest(unittest.TestCase):
     def end_server(self):
         """Ends what serves the prefix, and sees that nothing of it is left."""
         pid = server_pid(self.prefix)
-        if pid:
-            os.kill(pid, signal.SIGCONT)
-            os.kill(pid, signal.SIGTERM)
+        if pid and self.signal_server(signal.SIGCONT, signal.SIGTERM):
             wait_for(lambda: not alive(pid), SECONDS, "the server's end")
         if not self.leaves_files:
             lock = f"sem.{os.path.basename(self.prefix)}.lock"
@@ -61,6 +59,18 @@ class OrbuTest(unittest.TestCase):
         NamedLock(self.prefix).unlink()
 
     leaves_files = False  # set by tests that kill the server
+
+    def signal_server(self, *numbers):
+        """Never signals anybody but a server: the id file may be empty, gone or stale at any time."""
+        pid = server_pid(self.prefix)
+        try:
+            with open(f"/proc/{pid}/environ", "rb") as file:
+                known = f"PROCESS_ARGUMENTS={self.prefix}".encode() in file.read().split(b"\0")
+            for number in numbers if known else ():
+                os.kill(pid, number)
+            return known
+        except OSError:
+            return False
 
     def fifos(self):
         """The FIFOs of clients."""
@@ -125,11 +135,9 @@ class CompanionTest(OrbuTest):
 
     def test_stopped_companion(self):
         self.orbu("list")
-        os.kill(server_pid(self.prefix), signal.SIGSTOP)
-        before = time.monotonic()
+        self.assertTrue(self.signal_server(signal.SIGSTOP))
         self.orbu("list", "--timeout", "300ms", code=TIME_LIMIT)
-        self.assertLess(time.monotonic() - before, 5)
-        os.kill(server_pid(self.prefix), signal.SIGCONT)
+        self.assertTrue(self.signal_server(signal.SIGCONT))
         self.orbu("list")
 
 
@@ -230,9 +238,9 @@ class CommandLineTest(OrbuTest):
             master, terminal = pty.openpty()
             subprocess.run(self.command("call", "noname"), stderr=terminal, timeout=SECONDS, check=False,
                            env={**os.environ, "TERM": "xterm", **extra})
+            os.close(terminal)  # so that reading ends if nothing was written
             self.assertEqual(b"\033[" in os.read(master, 4096), wanted, extra)
             os.close(master)
-            os.close(terminal)
 
     def test_output_that_nobody_takes(self):
         reading, writing = os.pipe()
@@ -255,9 +263,7 @@ class LimitTest(OrbuTest):
     def limited(self, *arguments, limit=0.4, code=TIME_LIMIT, **options):
         before = time.monotonic()
         result = self.orbu(*arguments, "--timeout", f"{int(limit * 1000)}ms", code=code, **options)
-        took = time.monotonic() - before
-        self.assertGreaterEqual(took, limit * 0.9)
-        self.assertLess(took, limit + 5)
+        self.assertGreaterEqual(time.monotonic() - before, limit * 0.9)
         return result
 
     def test_no_answer(self):
@@ -270,7 +276,7 @@ class LimitTest(OrbuTest):
 
     def test_stopped_server_with_a_full_fifo(self):
         self.orbu("list")
-        os.kill(server_pid(self.prefix), signal.SIGSTOP)
+        self.assertTrue(self.signal_server(signal.SIGSTOP))
         filler = os.open(os.path.join(self.prefix, "0"), os.O_WRONLY | os.O_NONBLOCK)
         with self.assertRaises(BlockingIOError):
             while True:
@@ -301,11 +307,12 @@ class LimitTest(OrbuTest):
             file.write('#!/bin/sh\necho $$ >"$PROCESS_ARGUMENTS.new"\n'
                        'mv "$PROCESS_ARGUMENTS.new" "$PROCESS_ARGUMENTS.started"\nexec sleep 60\n')
         os.chmod(slow, 0o755)
-        process = subprocess.Popen(self.command("list", "--timeout", "4s", server=slow), stderr=subprocess.PIPE, text=True)
+        process = subprocess.Popen(self.command("list", "--timeout", "60s", server=slow), stderr=subprocess.PIPE, text=True)
         wait_for(lambda: os.path.exists(started), SECONDS, "the program's start")
         lock = NamedLock(self.prefix)
         lock.acquire(SECONDS)
-        self.finish(process, TIME_LIMIT)
+        process.send_signal(signal.SIGINT)
+        self.finish(process, INTERRUPTED)
         with self.assertRaises(TimeoutError):
             lock.acquire(0)  # nobody has given back what is ours
         lock.release()
@@ -319,9 +326,7 @@ class LimitTest(OrbuTest):
     def test_server_that_does_not_come_up(self):
         self.leaves_files = True  # the lock's name
         for options in [{"server": "/bin/true"}, {"env": {**os.environ, "DEMO_HANDSHAKE": "quit"}}]:
-            before = time.monotonic()
-            self.orbu("list", code=NO_SERVER, **options)
-            self.assertLess(time.monotonic() - before, 20, "the end of the server was not noticed")
+            self.assertIn("ended before", self.orbu("list", code=NO_SERVER, **options).stderr)
         # A prefix of our own is left clean even so.
         process = subprocess.Popen([ORBU, "list", "--server", "/bin/true"], stderr=subprocess.DEVNULL)
         self.assertEqual(process.wait(SECONDS), NO_SERVER)
@@ -331,7 +336,7 @@ class LimitTest(OrbuTest):
         self.leaves_files = True
         self.orbu("call", "demo.die", code=FAILED)
         process = self.begin("call", "demo.never")
-        os.kill(server_pid(self.prefix), signal.SIGKILL)
+        self.assertTrue(self.signal_server(signal.SIGKILL))
         self.finish(process, FAILED)
         self.orbu("list")  # in spite of what the dead one left
 
@@ -339,11 +344,14 @@ class LimitTest(OrbuTest):
         self.orbu("call", "demo.end", code=FAILED)
 
     def test_id_file_of_a_stranger(self):
+        stranger = subprocess.Popen(["sleep", "60"])
+        self.addCleanup(stranger.wait)
+        self.addCleanup(stranger.kill)
         os.mkdir(self.prefix)
         os.mkfifo(os.path.join(self.prefix, "0"))
         with open(os.path.join(self.prefix, ".serverpid"), "w", encoding="ascii") as file:
-            file.write(str(os.getppid()))
-        self.orbu("list", "--timeout", "10s", code=NO_SERVER)
+            file.write(str(stranger.pid))
+        self.orbu("list", code=NO_SERVER)
         shutil.rmtree(self.prefix)
         self.leaves_files = True
 

@@ -1,20 +1,13 @@
 #include "transport.h"
 
 #include <csignal>
-#include <sys/wait.h>
 
 #include "orbuutil/c_memory.h"
+#include "support/processes.h"
 
 namespace {
 
-// The same conversations over pipes and over FIFOs.
-class ConduitTest : public TransportTest, public ::testing::WithParamInterface<Wire> {
-public:
-    Channel channel() { return TransportTest::channel(GetParam()); }
-};
-
-INSTANTIATE_TEST_SUITE_P(Wires, ConduitTest, ::testing::Values(Wire::Pipe, Wire::Fifo),
-                         [](auto const& each) { return each.param == Wire::Pipe ? "Pipe" : "Fifo"; });
+using ConduitTest = TransportTest;
 
 long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
     response->setAttribute("RCOD", TStr("overwritten"));
@@ -26,7 +19,7 @@ long greet(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* respo
 long fail(QMXPipeSession*, QMXPipePacket*, QMXPipePacket*) { return HandlerFailed; }
 
 // A server, as the lines go. The first session that it makes has id 10, and its client's session has 33.
-TEST_P(ConduitTest, AnswersLineByLine) {
+TEST_F(ConduitTest, AnswersLineByLine) {
     std::string const pid = std::to_string(getpid());
     std::string const connect = "> 65536;system.cndCnct;0;33;0;2;CPID=d" + pid;
     std::string const connected = "< 65536;system.RESP;33;10;0;1;SSID=d10;RCOD=hcndCnct;RSCD=d0";
@@ -96,7 +89,7 @@ TEST_P(ConduitTest, AnswersLineByLine) {
     }
 }
 
-TEST_P(ConduitTest, TakesOneLineFromEachReaderInARound) {
+TEST_F(ConduitTest, TakesOneLineFromEachReaderInARound) {
     Registered facility;
     Side side(true);
     Channel first = channel();
@@ -123,7 +116,7 @@ TEST_P(ConduitTest, TakesOneLineFromEachReaderInARound) {
 }
 
 // A handler may change what the sweep walks over: here each packet removes reader 1 and adds another reader.
-TEST_P(ConduitTest, ReadersMayChangeDuringASweep) {
+TEST_F(ConduitTest, ReadersMayChangeDuringASweep) {
     static ConduitTest* test;
     static int made;
     test = this;
@@ -147,7 +140,7 @@ TEST_P(ConduitTest, ReadersMayChangeDuringASweep) {
     EXPECT_TRUE(!side.readerForKey(1, found) && side.readerForKey(6, found));
 }
 
-TEST_P(ConduitTest, SendsToOneWriterOrToAll) {
+TEST_F(ConduitTest, SendsToOneWriterOrToAll) {
     Side side(false);
     QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
     EXPECT_EQ(side.send(packet, 0), SendDone) << "no writers";
@@ -162,41 +155,47 @@ TEST_P(ConduitTest, SendsToOneWriterOrToAll) {
     EXPECT_EQ(text(channels[1].reader.read()), line + "\n" + line);
     side.removeWriter(1);
     EXPECT_EQ(side.activeConnections(), 1);
-}
 
-// A write without a reader ends the process, except on the way to one writer, which leaves the signal with
-// its default disposition.
-TEST_P(ConduitTest, WritesWithoutAReader) {
-    Channel broken = channel();
-    broken.reader.close();
+    // Without a reader the write ends the process, except on the way to one writer, which leaves the signal
+    // with its default disposition.
+    channels[1].reader.close();
     auto const sendTo = [&](long writer) {
         QMXBase::setLogSink(nullptr, nullptr);
-        Side side(false);
-        side.addWriter(7, broken.writer);
         signal(SIGPIPE, writer == 0 ? SIG_DFL : SIG_IGN);
-        QMXPipePacket packet("test.note", nullptr, QMXPipe::Asynchronous);
         long const result = side.send(packet, writer);
         _exit(result == SendDone && signal(SIGPIPE, SIG_DFL) == SIG_DFL ? 42 : 1);
     };
-    EXPECT_EXIT(sendTo(7), ::testing::ExitedWithCode(42), "");
+    EXPECT_EXIT(sendTo(2), ::testing::ExitedWithCode(42), "");
     EXPECT_EXIT(sendTo(0), ::testing::KilledBySignal(SIGPIPE), "");
 }
 
-TEST_P(ConduitTest, TwoSidesTalkAndSayGoodbye) {
+// Asks the other side for one level less, nested in the wait of the one above, over a session of its own.
+long goDown(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* response) {
+    long const depth = request->attributeAsLong("depth");
+    if (depth > 0) {
+        QMXPipeSession* deeper = session->conduit()->newSession();
+        QMXPipePacket question("test.down", nullptr, QMXPipe::Synchronous);
+        question.setAttribute("depth", depth - 1);
+        EXPECT_EQ(deeper->send(&question, response), SendDone);
+        deeper->close(false);
+        deeper->release();
+    }
+    response->setAttribute("depth", response->attributeAsLong("depth") + 1);
+    return HandlerDone;
+}
+
+TEST_F(ConduitTest, TwoSidesTalkAndSayGoodbye) {
     Registered facility;
-    facility.registerFunction("greet", greet);
+    facility.registerFunction("down", goDown);
     Pair pair(channel(), channel());
     QMXPipeSession* session = pair.client.newSession();
     pair.client.setDefaultSession(session);
     session->release();
     QMXPipePacket response;
-    QMXPipePacket request("test.greet", nullptr, QMXPipe::SynchronicityDefault);
-    for (int i = 0; i < 100; ++i) {
-        request.setAttribute("name", TStr::number(i));
-        EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
-        EXPECT_EQ(response.attributeAsLong("from"), 11);
-        EXPECT_EQ(text(response.attributeAsString("name")), std::to_string(i));
-    }
+    QMXPipePacket request("test.down", nullptr, QMXPipe::SynchronicityDefault);
+    request.setAttribute("depth", 6L);
+    EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
+    EXPECT_EQ(response.attributeAsLong("depth"), 7);
     EXPECT_EQ(pair.client.lastActiveSession(), session);
     pair.client.terminate(true);
     EXPECT_EQ(pair.client.lastActiveSession(), nullptr);
@@ -208,7 +207,7 @@ TEST_P(ConduitTest, TwoSidesTalkAndSayGoodbye) {
 
 // A client of a server that is gone: the other sessions say goodbye before the conduit does, and nobody
 // answers.
-TEST_P(ConduitTest, ClosesOtherSessionsFirst) {
+TEST_F(ConduitTest, ClosesOtherSessionsFirst) {
     Side side(true);
     Channel out = channel();
     side.addWriter(5, out.writer);
@@ -227,13 +226,10 @@ TEST_P(ConduitTest, ClosesOtherSessionsFirst) {
     }
 }
 
-TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
-    pid_t const child = fork();
-    if (child == 0) {
-        pause();
-    }
+TEST_F(ConduitTest, HousekeepingClosesTheSessionsOfTheDead) {
+    Child child([] { return ::pause(); });
     Side side(true);
-    long const pids[] = {child, getpid(), 0};
+    long const pids[] = {child.pid(), getpid(), 0};
     for (long pid : pids) {
         QMXPipeSession* session = side.newSession();
         session->setPartnerPID(pid);
@@ -241,19 +237,21 @@ TEST_F(TransportTest, HousekeepingClosesTheSessionsOfTheDead) {
     }
     side.poll();
     EXPECT_NE(side.findSession(10), nullptr);
-    kill(child, SIGKILL);
-    waitpid(child, nullptr, 0);
+    child.end();
     side.poll();
     EXPECT_EQ(side.findSession(10), nullptr);
     EXPECT_TRUE(side.findSession(11) != nullptr && side.findSession(12) != nullptr);
 }
 
-TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {
+TEST_F(ConduitTest, CopiesShareSessionsAndAConduitMayGoFirst) {
     QMXPipeSession* kept = nullptr;
+    QMXPipeSession* disconnected = nullptr; // in no table, and still open
     {
         Side source(true);
         source.addWriter(5, channel().writer);
         kept = source.newSession();
+        disconnected = source.newSession();
+        disconnected->disconnectClient(0);
         QMXPipeConduit copy(source);
         EXPECT_EQ(copy.status(), 0);
         EXPECT_EQ(copy.activeConnections(), 1);
@@ -261,7 +259,11 @@ TEST_F(TransportTest, CopiesShareSessionsAndAConduitMayGoFirst) {
         Side assigned(false, true);
         assigned = source;
         EXPECT_EQ(assigned.findSession(10), kept);
-    } // not closed: the session loses its conduit and says nothing
+        copy.init(true);
+        EXPECT_EQ(copy.status(), ConduitReady);
+        EXPECT_EQ(copy.findSession(1)->conduit(), &copy);
+    } // not closed: the sessions lose their conduit and say nothing
+    EXPECT_EQ(disconnected->release(), 0);
     QMXPipePacket packet("test.note", nullptr, QMXPipe::Synchronous);
     EXPECT_EQ(kept->send(&packet), SendFailed);
     EXPECT_EQ(kept->release(), 0);

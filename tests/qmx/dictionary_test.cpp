@@ -1,11 +1,7 @@
-#include "orbuutil/c_memory.h"
 #include "qmx/qmxDictionary.h"
 #include "support/model.h"
 
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <random>
 
 namespace {
 
@@ -78,9 +74,7 @@ TEST(Dictionary, EachKindOfValueUnderItsKey) {
     EXPECT_EQ(textsOf(d.getStringList("list")), (Texts{"a", "b"}));
     EXPECT_EQ(d.getDictionary("nothing"), nullptr);
     EXPECT_EQ(d.getDictionary("int"), nullptr);
-    EXPECT_EQ(nested.shared(), 1);
     Counted got(d.getDictionary("shared"));
-    EXPECT_EQ(got.get(), nested.get());
     EXPECT_EQ(nested.shared(), 2);
     d.clear();
     EXPECT_EQ(nested.shared(), 1);
@@ -118,7 +112,6 @@ TEST(Dictionary, ParentsAreReadOnly) {
         child->set("p", 3L);
         child->set("d", 4L);
         EXPECT_TRUE(child->exists("x"));
-        EXPECT_TRUE(child->contains("x"));
         EXPECT_EQ(textOf(child->getString("x")), "theirs");
         EXPECT_EQ(textOf(child->getValue("x").asString()), "theirs");
         EXPECT_EQ(child->typeOf("x"), 1);
@@ -133,8 +126,6 @@ TEST(Dictionary, ParentsAreReadOnly) {
 
         child->remove("x");
         EXPECT_TRUE(child->exists("x"));
-        child->set("d.new", 5L); // the own "d" is no dictionary, so the path leads nowhere
-        EXPECT_FALSE(child->exists("d.new"));
         child->remove("d");
         child->set("d.new", 5L); // leads into the parent's
         EXPECT_EQ(parent->getLong("d.new"), 5);
@@ -161,15 +152,15 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
         char const* key;
         QMXDictionary const* home;
         char const* rest;
-        char const* value; // null: none is found
+        char const* value;
     } const cases[] = {
-        {"a.b.c", deep.get(), "c", "1"},          {"a.s", inner.get(), "s", "text"},
-        {"a.new", inner.get(), "new", nullptr},   {"a.b.new", deep.get(), "new", nullptr},
-        {"a.new.x", nullptr, "a.new.x", nullptr}, {"a.s.x", nullptr, "a.s.x", nullptr},
-        {"no.x", nullptr, "no.x", nullptr},       {"null.x", nullptr, "null.x", nullptr},
-        {"a", &d, "a", "b=ic!3dd1,s=htext"},      {"a.", &d, "a", "b=ic!3dd1,s=htext"},
-        {".a", nullptr, ".a", nullptr},           {"", nullptr, "", nullptr},
-        {"a..s", nullptr, "a..s", nullptr},
+        {"a.b.c", deep.get(), "c", "1"},      {"a.s", inner.get(), "s", "text"},
+        {"a.new", inner.get(), "new", "-"},   {"a.b.new", deep.get(), "new", "-"},
+        {"a.new.x", nullptr, "a.new.x", "-"}, {"a.s.x", nullptr, "a.s.x", "-"},
+        {"no.x", nullptr, "no.x", "-"},       {"null.x", nullptr, "null.x", "-"},
+        {"a", &d, "a", "b=ic!3dd1,s=htext"},  {"a.", &d, "a", "b=ic!3dd1,s=htext"},
+        {".a", nullptr, ".a", "-"},           {"", nullptr, "", "-"},
+        {"a..s", nullptr, "a..s", "-"},
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.key);
@@ -178,9 +169,7 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
         QMXValue* value = &untouched;
         EXPECT_EQ(d.resolve(key, &value, false), c.home);
         EXPECT_EQ(textOf(key), c.rest);
-        EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), c.value == nullptr ? "-" : c.value);
-        TStr again(c.key);
-        EXPECT_EQ(d.resolve(again, nullptr, true), c.home);
+        EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), c.value);
     }
 
     d.set("a.b.c", "changed");
@@ -196,18 +185,17 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     d.set("z", 1L);
     d.set("a", "no dictionary");
     d.set("a.b", 1L);
-    d.set("y", 1L);
+    d.set("i", 1L);   // in the same bucket
     d.set("a.b", 2L); // replaced where it is
     EXPECT_FALSE(d.exists("a.b"));
     EXPECT_EQ(d.typeOf("a.b"), 1);
-    EXPECT_TRUE(textOf(d.marshalItem("a.b")) == "<null>");
+    EXPECT_EQ(textOf(d.marshalItem("a.b")), "<null>");
     EXPECT_EQ(d._internalGetValue("a.b", false)->asLong(), 2);
-    Texts keys = textsOf(d.keys());
-    EXPECT_EQ(std::count(keys.begin(), keys.end(), "a.b"), 1);
-    EXPECT_NE(("," + text(d) + ",").find(",,"), std::string::npos);
+    const Texts keys = {"z", "a.b", "i", "a"};
     d.remove("a.b");
     EXPECT_EQ(textsOf(d.keys()), keys);
     EXPECT_EQ(textsOf(QMXDictionary(d).keys()), keys);
+    EXPECT_EQ(text(d), "z=d1,,i=d1,a=hno!20dictionary");
 
     // With a dictionary in the way the path is found, but the literal entry is what is told.
     d.set("a", *Counted());
@@ -216,8 +204,11 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     EXPECT_EQ(textOf(d.marshalItem("a.b")), "a.b=d2");
     d.set("a.c", 4L);
     EXPECT_EQ(textOf(d.marshalItem("a.c")), "<null>");
-    d.set("", 5L);
+    d.set(TStr::null, 5L);
     EXPECT_FALSE(d.exists(""));
+    EXPECT_TRUE(d.exists("."));
+    d.remove(".");
+    EXPECT_FALSE(d.exists("."));
 }
 
 TEST(Dictionary, TakesItselfAndItsOwnParts) {
@@ -270,13 +261,22 @@ TEST(Dictionary, LoopsEnd) {
     EXPECT_EQ(text(*a), "self=i,b=ia!3di");
     a->clear();
 
-    // Its own parent, by assignment of one of its children.
-    QMXDictionary* own = new QMXDictionary();
-    *own = QMXDictionary(own);
-    EXPECT_FALSE(own->exists("x"));
-    EXPECT_EQ(own->_internalGetValue("x", true), nullptr);
-    *own = QMXDictionary();
-    EXPECT_EQ(own->release(), 0);
+    // A parent that becomes a child of itself, directly or behind others.
+    Counted first;
+    Counted second(new QMXDictionary(first.get()));
+    Counted third(new QMXDictionary(second.get()));
+    second->set("k", 1L);
+    for (QMXDictionary* parent : {first.get(), second.get(), third.get()}) {
+        *first = QMXDictionary(parent);
+        EXPECT_EQ(first->getLong("k"), parent == first.get() ? 0 : 1);
+        for (QMXDictionary const* d : {first.get(), second.get(), third.get()}) {
+            EXPECT_FALSE(d->exists("x"));
+            EXPECT_TRUE(d->getValue("x").isNull());
+            EXPECT_EQ(d->getDictionary("k"), nullptr);
+            EXPECT_EQ(d->_internalGetValue("x", true), nullptr);
+        }
+    }
+    *first = QMXDictionary();
 }
 
 TEST(Dictionary, ItemsAreTwoPartsAroundASign) {
@@ -326,62 +326,18 @@ TEST(Dictionary, OverridesAreAsked) {
     EXPECT_EQ(text(d), "in=ib!3dhZ!2c");
 }
 
-// The text of `levels` dictionaries in each other: every level escapes what is within once more.
-std::string nestedText(int levels) {
-    std::string all;
-    std::string sign = "=";
-    for (int level = 0; level < levels; ++level) {
-        all += "k" + sign + "i";
-        sign = level == 0 ? "!3d" : "!21" + sign.substr(1);
-    }
-    return all;
-}
-
 TEST(Dictionary, NestingIsBounded) {
-    struct {
-        int levels;
-        bool whole;
-    } const cases[] = {{1, true}, {5, true}, {256, true}, {258, false}, {600, false}};
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.levels);
-        const std::string given = nestedText(c.levels);
-        Counted d(QMXDictionary::unmarshal(given.c_str()));
-        EXPECT_EQ(text(*d) == given, c.whole);
-    }
-}
-
-TEST(Dictionary, AnyBytesAreReadAndWhatWasReadComesBack) {
-    std::minstd_rand random(11);
-    char const* const pieces[] = {"a=",    "b", "=",  ",", "i",      "j", "!3d",  "!2c",
-                                  "!213d", "h", "d5", "!", "e1!2e5", ".", "\xF0", "\xE9x"};
-    constexpr unsigned plain = 13; // those without a path or a character of several bytes
-    for (int round = 0; round < 6000; ++round) {
-        const bool stable = round % 2 == 0;
-        std::string given;
-        for (unsigned n = random() % 20; n > 0; --n) {
-            given += pieces[random() % (stable ? plain : std::size(pieces))];
-        }
-        Counted first(QMXDictionary::unmarshal(given.c_str()));
-        Counted second(QMXDictionary::unmarshal(first->marshal()));
-        Counted third(QMXDictionary::unmarshal(second->marshal()));
-        if (stable) {
-            EXPECT_EQ(text(*third), text(*second)) << given;
+    // Every level escapes what is within once more.
+    std::string given;
+    std::string sign = "=";
+    for (int levels = 1; levels <= 258; ++levels) {
+        given += "k" + sign + "i";
+        sign = levels == 1 ? "!3d" : "!21" + sign.substr(1);
+        if (levels < 6 || levels == 256 || levels == 258) {
+            Counted d(QMXDictionary::unmarshal(given.c_str()));
+            EXPECT_EQ(text(*d) == given, levels <= 256) << levels;
         }
     }
-}
-
-TEST(Dictionary, NothingIsLeftBehindButWhatIsKeptOnPurpose) {
-    const long before = memory_allocated();
-    for (int round = 0; round < 3; ++round) {
-        Counted d(QMXDictionary::unmarshal("s=htext,d=d5,e=e1!2e5,c=ctrue"));
-        d->set("s", "longer than it was");
-        d->set("untyped", QMXValue("plain"));
-        d->set("d", 1.5);
-        QMXDictionary copy(*d);
-        copy.remove("s");
-        copy = *d;
-    }
-    EXPECT_EQ(memory_allocated(), before);
 }
 
 } // namespace

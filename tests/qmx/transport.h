@@ -1,12 +1,9 @@
-// What the transport's tests share: channels over pipes and FIFOs, a conduit whose hooks a test can turn,
-// conversations as lines, and a watch on the log.
+// What the transport's tests share: channels over pipes, a conduit whose hooks a test can turn, conversations
+// as lines, and a watch on the log.
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
 #include <functional>
 #include <string>
-#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -30,8 +27,6 @@ struct Channel {
     QMXPipeWriteEndpoint writer;
 };
 
-enum class Wire { Pipe, Fifo };
-
 // A conduit that a test steers, and that ends with its scope.
 class Side : public QMXPipeConduit {
 public:
@@ -52,7 +47,7 @@ public:
 
 // Every line that is logged as an error must have been expected.
 class TransportTest : public ::testing::Test {
-protected:
+public:
     TransportTest() {
         QMXBase::setLogSink(
             [](QMXLogLevel level, TStr const& message, void* context) {
@@ -63,7 +58,6 @@ protected:
             },
             this);
         QMXPipeConduit::sLastSessionId = 10;
-        EXPECT_NE(mkdtemp(mDirectory.data()), nullptr);
     }
     ~TransportTest() override {
         QMXBase::setLogSink(nullptr, nullptr);
@@ -72,30 +66,18 @@ protected:
             channel.reader.close();
             channel.writer.close();
         }
-        std::filesystem::remove_all(mDirectory);
     }
 
     void expectError(std::string const& message) { mExpected.push_back(message); }
 
     // A new channel; both ends are closed after the test.
-    Channel channel(Wire wire = Wire::Pipe) {
-        QMXPipeIODevice* ends[2] = {};
-        if (wire == Wire::Pipe) {
-            TList<QMXPipeIODevice*> pair = createPipeDevicePair();
-            ends[0] = pair.front();
-            pair.removeFirst();
-            ends[1] = pair.front();
-        } else {
-            std::string const path = mDirectory + "/" + std::to_string(mChannels.size());
-            EXPECT_EQ(mkfifo(path.c_str(), 0700), 0);
-            ends[0] = new QMXPipeFile(path.c_str(), PipeModeRead | PipeModeNonBlock, true);
-            ends[1] = new QMXPipeFile(path.c_str(), PipeModeWrite, true);
-        }
-        mChannels.push_back({QMXPipeReadEndpoint(ends[0]), QMXPipeWriteEndpoint(ends[1])});
+    Channel channel() {
+        TList<QMXPipeIODevice*> pair = createPipeDevicePair();
+        QMXPipeReadEndpoint const reader(pair.front());
+        pair.removeFirst();
+        mChannels.push_back({reader, QMXPipeWriteEndpoint(pair.front())});
         return mChannels.back();
     }
-
-    std::string mDirectory = ::testing::TempDir() + "orbu-transport-XXXXXX";
 
 private:
     std::vector<std::string> mErrors;

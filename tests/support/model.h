@@ -2,28 +2,19 @@
 #pragma once
 
 #include "orbuutil/c_list.h"
-#include "orbuutil/tlist.h"
-#include "orbuutil/tstr.h"
 #include "qmx/qmxBase.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <utility>
-#include <vector>
 
-using Texts = std::vector<std::string>;
+using support::Texts;
 
-// A text as UTF-8; null texts are told apart.
-inline std::string textOf(TStr const& s) { return s.isNull() ? "<null>" : s.toUtf8(); }
+inline std::string textOf(TStr const& s) { return support::text(s); }
 
-inline Texts textsOf(TList<TStr> const& list) {
-    Texts all;
-    for (list_entry* e = list_head(list.handle()); e != nullptr; e = list_entry_next(e)) {
-        all.push_back(textOf(*static_cast<TStr const*>(list_entry_value(e))));
-    }
-    return all;
-}
+inline Texts textsOf(TList<TStr> const& list) { return support::texts(list); }
 
 inline TList<TStr> listOf(Texts const& items) {
     TList<TStr> list;

@@ -1,6 +1,5 @@
 #include "support/processes.h"
 
-#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -89,7 +88,8 @@ void Child::kill(int signal) const {
 
 int Child::wait() {
     int status = 0;
-    if (!eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; }, std::chrono::seconds(60))) {
+    if (pid_ <= 0 ||
+        !eventually([&] { return ::waitpid(pid_, &status, WNOHANG) == pid_; }, std::chrono::seconds(60))) {
         ADD_FAILURE() << "child " << pid_ << " does not end";
         return -1;
     }
@@ -200,9 +200,10 @@ void ProcessTest::endServer() {
     // Daemons are inherited by this process: the last one is gone when there is no child left.
     EXPECT_TRUE(eventually([this] {
         signalServer(SIGTERM);
-        while (::waitpid(-1, nullptr, WNOHANG) > 0) {
+        pid_t collected = 0;
+        while ((collected = ::waitpid(-1, nullptr, WNOHANG)) > 0) {
         }
-        return errno == ECHILD;
+        return collected < 0; // not errno, which may tell of an earlier call
     })) << "the server "
         << serverPid() << " does not end";
     if (!remains_ && fileExists(prefix_)) {
@@ -218,7 +219,9 @@ int ProcessTest::serverPid() const { return std::atoi(fileText(idFile()).c_str()
 
 bool ProcessTest::signalServer(int signal) const {
     int const server = serverPid();
-    return server > 1 && server != ::getpid() && ::kill(server, signal) == 0;
+    std::error_code ignored;
+    return server > 1 && fs::equivalent("/proc/" + std::to_string(server) + "/exe", serverPath(), ignored) &&
+           ::kill(server, signal) == 0;
 }
 
 std::string ProcessTest::serverPath() {

@@ -80,7 +80,8 @@ protected:
     std::string lockName() const;
     // The process in the id file, 0 if there is none.
     int serverPid() const;
-    // Sends it a signal, unless nobody stands there now: kill(2) with 0 would end the whole test run.
+    // Sends it a signal if it is a companion. The id file may be empty, stale or name a process of the test
+    // run.
     bool signalServer(int signal) const;
     // The companion's program.
     static std::string serverPath();

@@ -3,13 +3,14 @@
     client.py SERVER       connects to the program SERVER, compares each answer byte for byte, and ends
 """
 import os
+import pathlib
 import shutil
 import signal
 import subprocess
 import sys
 import tempfile
 
-from wire import Inbox, NamedLock, Packet, SYNCHRONOUS, server_pid, wait_for
+from wire import ASYNCHRONOUS, Inbox, NamedLock, Packet, SYNCHRONOUS, server_pid, wait_for
 
 SECONDS = 20
 
@@ -32,13 +33,13 @@ class Client:
         self.greeting = self.ask("system.cndCnct")
         self.lock.release()
 
-    def send(self, name, attributes=None, to=None):
-        packet = Packet(name, self.partner if to is None else to, self.number, SYNCHRONOUS,
+    def send(self, name, attributes=None, synchronicity=SYNCHRONOUS):
+        packet = Packet(name, self.partner, self.number, synchronicity,
                         {**(attributes or {}), "CPID": os.getpid()})
         self.write(packet.line() + "\n")
 
     def write(self, text):
-        os.write(self.writer, text.encode())
+        os.write(self.writer, text.encode("utf-8", "surrogateescape"))
 
     def ask(self, name, attributes=None):
         """Sends a request and gives the line of the answer."""
@@ -64,7 +65,8 @@ SYSTEM_CODES = "j!237!3assnTerm!2ccndTerm!2ccndCnct!2cRESP!2cerror!2clistLocales
 LOCALES = ("j!2316!3aru_RU!2ces_ES!2cfr_FR!2ccs_CZ!2czh_CN!2cde_DE!2cja_JP!2cko_KR!2cpt_PT!2cpl_PL!2cpt_BR!2cen_CA!2c"
            "hu_HU!2cit_IT!2cen_US!2czh_TW")
 
-# Request, its attributes, name of the answer, and the answer's attributes but for CPID, which stands last.
+# Request, its attributes, name of the answer, and the answer's attributes but for CPID, which stands last. Without an
+# answer the last one is the request's synchronicity.
 CONVERSATION = [
     ("system.listFacilities", {}, "system.RESP", "FLST=j!232!3aqmx!2corbu;RCOD=hlistFacilities;RSCD=d0"),
     ("system.listLocales", {}, "system.RESP", f"RCOD=hlistLocales;RSCD=d0;LCLT={LOCALES}"),
@@ -73,9 +75,27 @@ CONVERSATION = [
     ("nosuch.listFacilities", {}, "nosuch.RESP", "FLST=j!232!3aqmx!2corbu;RCOD=hlistFacilities;RSCD=d0"),
     ("qmx.index", {}, "qmx.RESP", "RCOD=hindex;RSCD=d0;MLST=j!231!3aMessageBox"),
     ("qmx.methodInformation", {"MTHN": "nosuch"}, "qmx.RESP", "MTHI=i;RCOD=hmethodInformation;RSCD=d0"),
-    ("system.x.y", {}, None, None),  # the facility ends at the first point: an unknown code, and no answer
-    ("system.cndCnct", {}, None, None),  # connected already
-    ("system.error", {"ECOD": 1, "EMSG": "x"}, None, None),
+    ("orbu.PleaseWaitDialog", {"waiting": "True", "locale": "x" * 20000}, "orbu.RESP", "RCOD=hPleaseWaitDialog;RSCD=d0"),
+    ("orbu.ErrorDialog", {"title": "Disk full"}, "orbu.RESP", "RCOD=hErrorDialog;RSCD=d0"),
+    ("qmx.MessageBox", {"button_0": "A", "focus_button_index": 1}, "qmx.RESP",
+     "RCOD=hMessageBox;selected_button=d1;RSCD=d0"),
+    ("orbu.ErrorDialog", {"title": "nobody waits"}, None, ASYNCHRONOUS),
+    ("orbu.PleaseWaitDialog", {"waiting": "False"}, None, ASYNCHRONOUS),
+    ("orbu.index", {}, None, ASYNCHRONOUS),
+    ("qmx.methodInformation", {}, None, ASYNCHRONOUS),
+    ("orbu.noSuchCode", {}, None, SYNCHRONOUS),
+    ("system.x.y", {}, None, SYNCHRONOUS),  # the facility ends at the first point: an unknown code, and no answer
+    ("system.cndCnct", {}, None, SYNCHRONOUS),  # connected already
+    ("system.error", {"ECOD": 1, "EMSG": "x"}, None, SYNCHRONOUS),
+]
+
+
+# What stands in the file of rules, a request with the focus on button 1, and the button that is pressed.
+ANSWERS = [
+    ("", "qmx.MessageBox", 1),
+    ("for=ErrorDialog never\nfor=MessageBox after=20ms button=7", "qmx.MessageBox", 7),
+    ("caption=other never; nonsense=1; button=3", "qmx.MessageBox", 3),
+    ("for=MessageBox never\nfor=ErrorDialog after=20ms button=0", "orbu.ErrorDialog", None),
 ]
 
 
@@ -93,7 +113,7 @@ def converse(client, server):
             check(name, client.ask(name, attributes),
                   f"65536;{answer};{me};{client.partner};0;1;{wanted};CPID=d{server}")
         else:
-            client.send(name, attributes)
+            client.send(name, attributes, wanted)
 
     # An answer to one of the requests that get none would be taken for the answer here.
     facilities = f"FLST=j!232!3aqmx!2corbu;RCOD=hlistFacilities;RSCD=d0;CPID=d{server}"
@@ -101,11 +121,12 @@ def converse(client, server):
     check("a request behind those without answer", client.ask("system.listFacilities"), wanted)
 
     # Lines that cannot be read open sessions of their own, which answer to all; the good line behind them is served.
-    for number, broken in enumerate(["65537;system.listLocales;0;0;0;2", "no line at all", ""], client.partner + 1):
+    lines = ["65537;system.listLocales;0;0;0;2", "no line at all", "\udcff\x01;;;=\udcc3", ""]
+    for number, broken in enumerate(lines, client.partner + 1):
         client.write(f"{broken}\n")
         if not broken:  # an empty line waits for the next
             client.send("system.listFacilities")
-        check(f"the line '{broken}'", client.inbox.line(SECONDS),
+        check(f"the line {broken!a}", client.inbox.line(SECONDS),
               f"65536;.RESP;0;{number};0;1;RCOD=h;RSCD=d0;MLST={SYSTEM_CODES};CPID=d{server}")
     check("a request behind broken lines", client.inbox.line(SECONDS), wanted)
 
@@ -115,13 +136,29 @@ def converse(client, server):
     check("the end", client.end(), f"65536;system.RESP;{me};{client.partner};0;1;RCOD=hcndTerm;CPID=d{server}")
 
 
+def answer_dialogs(client, rules):
+    for text, name, button in ANSWERS:
+        rules(text)
+        answer = Packet.parse(client.ask(name, {"focus_button_index": 1}))
+        check(repr(text), answer.attributes.get("selected_button"), button)
+
+    # Dialogs do not wait for one another: one that is never answered stands open while others come and go.
+    rules("caption=stuck never\nafter=20ms")
+    client.send("qmx.MessageBox", {"caption": "stuck"})
+    for focus in (5, 6):
+        client.send("qmx.MessageBox", {"focus_button_index": focus})
+    answers = [Packet.parse(client.inbox.line(SECONDS)).attributes["selected_button"] for _ in range(2)]
+    check("the answers beside a dialog that stays", answers, [5, 6])
+
+
 def main(program):
     folder = tempfile.mkdtemp(prefix="orbu-wire-")
+    rules_file = pathlib.Path(folder, "rules")
     prefix = os.path.join(folder, f"wire{os.getpid()}")
     processes = []
 
     def start():
-        environment = {**os.environ, "PROCESS_ARGUMENTS": prefix}
+        environment = {**os.environ, "PROCESS_ARGUMENTS": prefix, "ORBU_QMX_ANSWERS_FILE": str(rules_file)}
         processes.append(subprocess.Popen([program], env=environment, start_new_session=True))
 
     try:
@@ -132,12 +169,19 @@ def main(program):
 
         client = Client(prefix, start)
         check("the number of servers", len(processes), 1)
+        answer_dialogs(client, rules_file.write_text)
         processes[0].send_signal(signal.SIGTERM)
         # The server says goodbye to its client, and does not wait for it.
         wait_for(lambda: not server_pid(prefix), SECONDS, "the end of the role")
         client.leave()
         check("the server's exit", processes[0].wait(SECONDS), 0)
         check("what stands there after the server's end", os.path.exists(prefix), False)
+
+        client = Client(prefix, start)
+        rules_file.write_text("exit=9")
+        client.send("orbu.ErrorDialog")
+        check("the exit that was asked for", processes[1].wait(SECONDS), 9)
+        client.leave()
     finally:
         for process in processes:
             if process.poll() is None:

@@ -140,8 +140,9 @@ def server_pid(prefix):
     """The process id of the live server of a prefix, or 0."""
     try:
         with open(os.path.join(prefix, ".serverpid"), encoding="ascii") as file:
-            pid = int(file.read())
-        os.kill(pid, 0)
+            pid = max(int(file.read()), 0)
+        if pid:  # 0 is the caller's own process group
+            os.kill(pid, 0)
         return pid
     except PermissionError:
         return pid
