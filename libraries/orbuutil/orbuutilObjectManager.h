@@ -122,7 +122,8 @@ protected:
 // The manager of the process, and the list of its entries.
 class ORBU_EXPORT COrbuUtilObjectManager : public COrbuUtilObjectManagerBase {
 public:
-    // Becomes the process's manager if there is none, and calls init().
+    // Becomes the process's manager if there is none, and calls init(). One that a host makes itself is
+    // either made with new, as the teardown deletes it, or gone before the teardown.
     COrbuUtilObjectManager();
     // Does what fini() does, unless that is done, and frees the list. A hook that throws ends the process.
     ~COrbuUtilObjectManager() override;
