@@ -14,7 +14,9 @@ endforeach()
 
 # Statics that host and library share must be there for the host to find.
 foreach(shared "TList<TStr>::sinfo" "TMap<TStr, TStr>::sinfo" "TMap<TStr, QMXValue>::sinfo" "TStr::null" "Debug"
-        "QMXPipeConduit::sLastSessionId" "COrbuUtilSingleton<OrbuLogger>::singleton_")
+        "QMXPipeConduit::sLastSessionId" "COrbuUtilObjectManager::instance_" "orbu_exit_hook_marker"
+        "COrbuUtilSingleton<COrbuIntResHandler>::singleton_" "COrbuUtilSingleton<OrbuLogger>::singleton_"
+        "TTimer::mTimers")
   string(FIND "${symbols}" " ${shared}\n" at)
   if(at EQUAL -1)
     message(SEND_ERROR "not exported: ${shared}")

@@ -1,0 +1,53 @@
+// The part of a host that is loaded with the library: it makes the singletons and registers hooks, and tells
+// what happens to them.
+#include "orbuint/orbuintResHandler.h"
+#include "orbuint/orbuintSingletonOrder.h"
+#include "orbulog/orbuLogger.h"
+#include "orbuutil/c_daemon.h"
+#include "orbuutil/orbuSingleton.h"
+#include "orbuutil/tstr.h"
+#include "orbuutil/ttimer.h"
+
+static void (*told)(const char* event);
+
+static void tell(const char* event, bool holds) {
+    // Strings are there to the end.
+    told(TStr("%1%2").arg(TStr(event)).arg(TStr(holds ? "" : ", and not as it should be")).toUtf8());
+}
+
+static int ignore(void*) { return 0; }
+
+struct TopManager {
+    ~TopManager() {
+        // So are timers, and what was made before.
+        TTimer::setManualClock(true, 0);
+        const int id = TTimer::add(0, ignore, nullptr, true);
+        TTimer::clock();
+        const bool timers = TTimer::getTimer(id) != nullptr && TTimer::remove(id);
+        TTimer::setManualClock(false, 15);
+        tell("top manager", timers && OrbuLogger::instance_m()->getLogFileName() == "general.log" &&
+                                COrbuIntResHandler::instance()->getString("any") == "");
+    }
+};
+
+static void hook(void* object, void* param) {
+    const bool refused = COrbuUtilObjectManager::at_exit(&told, hook, nullptr) == -1;
+    tell(static_cast<const char*>(param), TStr::null.isNull() && refused && object != nullptr);
+}
+
+extern "C" ORBU_EXPORT void lifetime_start(void (*listener)(const char*)) {
+    static char objects[3];
+    told = listener;
+    COrbuUtilObjectManager::at_exit(&objects[0], hook, const_cast<char*>("oldest hook"));
+    COrbuIntSingletonOrder();
+    OrbuLogger::instance_m()->setLogFileName("general.log");
+    COrbuUtilSingleton<TopManager>::instance();
+    COrbuUtilObjectManager::at_exit(&objects[1], hook, const_cast<char*>("older hook"));
+    COrbuUtilObjectManager::at_exit(&objects[2], hook, const_cast<char*>("newest hook"));
+    // The clock stands on the event loop when the library goes.
+    TTimer::setManualClock(false, 15);
+}
+
+extern "C" ORBU_EXPORT void lifetime_teardown() { COrbuUtilObjectManagerManager::cleanup(); }
+
+extern "C" ORBU_EXPORT void lifetime_leave_without_hooks() { exit_no_hooks(0); }
