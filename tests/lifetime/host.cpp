@@ -50,4 +50,4 @@ extern "C" ORBU_EXPORT void lifetime_start(void (*listener)(const char*)) {
 
 extern "C" ORBU_EXPORT void lifetime_teardown() { COrbuUtilObjectManagerManager::cleanup(); }
 
-extern "C" ORBU_EXPORT void lifetime_leave_without_hooks() { exit_no_hooks(0); }
+extern "C" ORBU_EXPORT void lifetime_leave_without_hooks() { exit_no_hooks(1); }

@@ -55,7 +55,8 @@ std::string nameOf(void* object, void (*destroy)(void*)) {
 
 } // namespace
 
-extern "C" int __cxa_atexit(void (*destroy)(void*), void* object, void* library) noexcept {
+extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*destroy)(void*), void* object,
+                                                                   void* library) noexcept {
     using Register = int (*)(void (*)(void*), void*, void*);
     static const auto next = reinterpret_cast<Register>(dlsym(RTLD_NEXT, "__cxa_atexit"));
     const std::string name = entries != nullptr ? nameOf(object, destroy) : std::string();
@@ -109,12 +110,13 @@ bool mapped(const std::string& name) {
 // Whether the clock of the timers stands on the loop of the main thread.
 bool clockIsOnTheLoop() {
 #ifdef LIFETIME_RUN_LOOP
+    GMainContext* const context = g_main_context_default();
     gint priority = 0, timeout = 0;
     GPollFD fds[8];
-    EXPECT_TRUE(g_main_context_acquire(nullptr));
-    g_main_context_prepare(nullptr, &priority);
-    g_main_context_query(nullptr, priority, &timeout, fds, 8);
-    g_main_context_release(nullptr);
+    EXPECT_TRUE(g_main_context_acquire(context));
+    g_main_context_prepare(context, &priority);
+    g_main_context_query(context, priority, &timeout, fds, 8);
+    g_main_context_release(context);
     return timeout != -1;
 #else
     return false;
