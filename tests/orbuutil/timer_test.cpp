@@ -167,14 +167,4 @@ TEST_F(Timer, TriggersOneByHand) {
     EXPECT_EQ(probe.calls, 4);
 }
 
-TEST_F(Timer, CallsATimerOfTheCallersOwnByHandAlone) {
-    Probe probe;
-    TTimer own(5, 1, call, &probe, true);
-    ahead += 1;
-    TTimer::clock();
-    EXPECT_EQ(probe.calls, 0);
-    own.trigger();
-    EXPECT_EQ(probe.calls, 1);
-}
-
 } // namespace
