@@ -13,7 +13,7 @@ import unittest
 BIN = pathlib.Path(os.environ["ORBU_TEST_BIN"])
 RUNTIME = BIN.parent / "lib" / "orbu"
 SECONDS = 60
-DONE, NEGATIVE, USAGE = 0, 1, 2
+DONE, NEGATIVE = 0, 1
 
 
 class LocationsTest(unittest.TestCase):
@@ -92,6 +92,78 @@ class WhereTest(LocationsTest):
         self.assertIn("unknown variable: $NOPE\n", text)
         answer, found = self.where(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere")
         self.assertEqual((answer["load"]["result"], found["log file"]["source"]), (3, "default"))
+
+
+class DoctorTest(LocationsTest):
+    def doctor(self, code=DONE, **options):
+        """The verdicts by their subject."""
+        lines = self.orbu("doctor", "--timeout", "20s", code=code, **options).splitlines()
+        found = {}
+        for line in lines:
+            verdict, rest = line.split(maxsplit=1)
+            self.assertIn(verdict, ("ok", "wrong"))
+            subject, words = rest.split(": ", 1)
+            if found.get(subject, ("ok",))[0] == "ok":
+                found[subject] = (verdict, words)
+        return found
+
+    def wrong(self, **options):
+        """What is wrong; each line says what to do."""
+        found = {subject: words for subject, (verdict, words) in self.doctor(code=NEGATIVE, **options).items()
+                 if verdict == "wrong"}
+        for words in found.values():
+            self.assertIn("; ", words)
+        return found
+
+    def moved(self):
+        library = self.folder / "moved" / "lib"
+        shutil.copytree(RUNTIME, library / "orbu", symlinks=True)
+        shutil.copy(BIN.parent / "lib" / "liborbu.so.31", library)
+        return library / "orbu"
+
+    def use(self, runtime):
+        return {"VEXMOOR_ORBU_CUSTOM_ENV": str(runtime / "OrbuCustomEnv.xml"), "ORBU_RUNTIME": str(runtime)}
+
+    def test_all_is_well(self):
+        found = self.doctor()
+        self.assertEqual({verdict for verdict, _ in found.values()}, {"ok"}, found)
+        self.assertEqual(list(found), [
+            "custom environment", "common bin", "common lib", "common data", "error table", "log file", "user settings",
+            "temporary", "settings file", "error table file", "string resources", "folder of FIFO folders",
+            "companion", "FIFO folder"])
+        self.assertEqual(os.listdir(self.folder), [], "it makes nothing")
+
+    def test_environment(self):
+        self.assertIn("custom environment", self.wrong(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere"))
+        found = self.wrong(VEXMOOR_ORBU_CUSTOM_ENV=self.file(ORBU_LOG_FILE_LOCATION="$NOPE/x"))
+        self.assertIn('"NOPE"', found["custom environment"])
+        self.assertIn("ORBU_LOG_FILE_LOCATION", found["log file"])
+        self.assertIn("ORBU_MAC_FRAMEWORK_LOCATION", found["common lib"])
+        self.assertIn("ORBU_COMMON_BIN_LOCATION", found["common bin"])
+        self.assertIn("companion", found)
+        found = self.wrong(HOME="/dev/null")
+        self.assertEqual(set(found), {"log file", "user settings"})
+
+    def test_damaged_runtime(self):
+        runtime = self.moved()
+        self.doctor(**self.use(runtime))
+        resources = runtime / "Orbu.framework" / "Versions" / "31a" / "Resources"
+        (resources / "OrbuErrorCodes.xml").write_text("<ERRORTABLES><TABLE", encoding="ascii")
+        (resources / "OrbuIntRes.xml").write_text("<", encoding="ascii")
+        (runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX").unlink()
+        self.assertEqual(set(self.wrong(**self.use(runtime))), {"error table file", "string resources", "companion"})
+        shutil.rmtree(resources)
+        self.assertIn("common data", self.wrong(**self.use(runtime)))
+
+    def test_damaged_settings(self):
+        folder = self.folder / "Orbu"
+        folder.mkdir()
+        file = folder / "OrbuUserSettings.xml"
+        file.write_text("<OrbuSettings>\n<\n", encoding="ascii")
+        found = self.wrong()
+        self.assertEqual(list(found), ["settings file"])
+        self.assertIn("(line 2)", found["settings file"])
+        self.assertEqual(file.read_text(encoding="ascii"), "<OrbuSettings>\n<\n")
 
 
 if __name__ == "__main__":

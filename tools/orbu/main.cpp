@@ -140,6 +140,7 @@ int run(int argc, char** argv) {
     add_log_verbs(app, action);
     add_perf_verb(app, action);
     add_where_verb(app, action);
+    add_doctor_verb(app, action);
 
     try {
         app.parse(argc, argv);

@@ -15,3 +15,4 @@ void add_settings_verbs(CLI::App& app, Action& action); // settings
 void add_log_verbs(CLI::App& app, Action& action);      // explain, log
 void add_perf_verb(CLI::App& app, Action& action);      // perf
 void add_where_verb(CLI::App& app, Action& action);     // where
+void add_doctor_verb(CLI::App& app, Action& action);    // doctor
