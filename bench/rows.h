@@ -11,6 +11,7 @@ void registerPacketRows();    // a packet built, written and read
 void registerScaleRows();     // cost at n and at 2n
 void registerTransportRows(); // request and reply, waiting, idling
 void registerLoadRows();      // the library loaded and not used
+void registerEnvelopeRows();  // sealing and opening, beside the primitives called by hand
 
 // A text of at least `bytes` bytes, of whole characters. Kinds: "ascii", "latin", "cjk", "sentence".
 std::string sampleText(const std::string& kind, unsigned long bytes);

@@ -24,6 +24,55 @@ unsigned char const* bytes_of(std::string const& text) {
     return reinterpret_cast<unsigned char const*>(text.data());
 }
 
+// A verifier that lets the decryptor write where the message is going, so that a message in memory is not
+// copied once more. What the verifier holds back, since it may be the hash, goes in front of what is new:
+//
+//   space of the attachment   [ held back ][ decrypted by the caller ]
+//                             [ passed on           ][ held back now ]
+//
+// The space is good for the one call that follows; whatever else comes goes the usual way.
+class InPlaceVerifier : public HashVerificationFilter {
+public:
+    explicit InPlaceVerifier(CryptoPP::HashTransformation& hash)
+        : HashVerificationFilter(hash, nullptr, kVerifierFlags) {}
+
+    unsigned char* CreatePutSpace(std::size_t& size) override {
+        std::size_t const held = m_queue.CurrentSize();
+        std::size_t room = size + held;
+        mSpace = AttachedTransformation()->CreatePutSpace(room);
+        if (mSpace == nullptr || room <= held) {
+            mSpace = nullptr;
+            size = 0;
+            return nullptr;
+        }
+        size = room - held;
+        return mSpace + held;
+    }
+
+    std::size_t Put2(unsigned char const* bytes, std::size_t length, int messageEnd, bool blocking) override {
+        mSpace = nullptr;
+        return HashVerificationFilter::Put2(bytes, length, messageEnd, blocking);
+    }
+
+    std::size_t PutModifiable2(unsigned char* bytes, std::size_t length, int messageEnd,
+                               bool blocking) override {
+        unsigned char* const space = std::exchange(mSpace, nullptr);
+        std::size_t const held = m_queue.CurrentSize();
+        if (space == nullptr || bytes != space + held || held + length <= m_lastSize || messageEnd != 0 ||
+            !m_firstInputDone) {
+            return HashVerificationFilter::PutModifiable2(bytes, length, messageEnd, blocking);
+        }
+        m_queue.GetAll(space);
+        std::size_t const passed = held + length - m_lastSize;
+        m_queue.Put(space + passed, m_lastSize);
+        NextPutModifiable(space, passed);
+        return 0;
+    }
+
+private:
+    unsigned char* mSpace = nullptr;
+};
+
 template <typename Cipher>
 void set_key(Cipher& cipher, SecByteBlock const& passphrase, unsigned char const* salt) {
     SecByteBlock key(kKeyLength);
@@ -181,7 +230,7 @@ AESDecryptorWithMAC::AESDecryptorWithMAC(unsigned char const* passphrase, unsign
       mMac(NewDefaultEncryptorMAC(passphrase, length)),
       mHashVerifier(nullptr),
       mThrowException(throwException) {
-    auto verifier = std::make_unique<HashVerificationFilter>(*mMac, nullptr, kVerifierFlags);
+    auto verifier = std::make_unique<InPlaceVerifier>(*mMac);
     mHashVerifier = verifier.get();
     SetFilter(new AESDecryptor(passphrase, length, verifier.release(), throwException));
 }

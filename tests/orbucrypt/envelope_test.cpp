@@ -183,6 +183,27 @@ TEST(Envelope, OpensForAnyLengthInPiecesOfAnySize) {
     }
 }
 
+// Attachments that lend their memory: a block of exactly the message's size, and a queue.
+TEST(Envelope, OpensWhereTheMessageIsGoing) {
+    for (std::size_t const length : {0, 1, 19, 20, 21, 100, 4100, 70000}) {
+        std::string const message(length, 'm');
+        std::string const sealed = seal("secret", message, true);
+        for (std::size_t const piece : {1, 17, 40, 5000, 100000}) {
+            CryptoPP::SecByteBlock block(length);
+            AESDecryptorWithMAC into_block("secret", new CryptoPP::ArraySink(block, block.size()));
+            put(into_block, sealed, piece);
+            EXPECT_TRUE(std::string(block.begin(), block.end()) == message) << length << " by " << piece;
+
+            std::string queued(length, '\0');
+            AESDecryptorWithMAC into_queue("secret");
+            put(into_queue, sealed, piece);
+            EXPECT_EQ(into_queue.MaxRetrievable(), length);
+            into_queue.Get(reinterpret_cast<unsigned char*>(queued.data()), length);
+            EXPECT_TRUE(queued == message) << length << " by " << piece;
+        }
+    }
+}
+
 TEST(Envelope, DiffersFromOneMessageToTheNext) {
     static std::int64_t ticks = 0;
     SaltClock const kept = gSaltClock;
