@@ -86,9 +86,9 @@ std::string CCryptUtil::Encrypt(std::string const& text, CryptVersion version) {
     auto const [key, iv] = cryptInfo(version);
     CryptoPP::CBC_Mode<Rijndael>::Encryption cipher(key, key.size(), iv);
     std::string sealed;
-    StringSource(text, true, new StreamTransformationFilter(cipher, new StringSink(sealed)));
+    StringSource const encrypting(text, true, new StreamTransformationFilter(cipher, new StringSink(sealed)));
     std::string result;
-    StringSource(sealed, true, new CryptoPP::Base64Encoder(new StringSink(result), false));
+    StringSource const encoding(sealed, true, new CryptoPP::Base64Encoder(new StringSink(result), false));
     return result;
 }
 
@@ -96,12 +96,12 @@ std::string CCryptUtil::Decrypt(std::string const& text, CryptVersion version) {
     auto const [key, iv] = cryptInfo(version);
     CryptoPP::CBC_Mode<Rijndael>::Decryption cipher(key, key.size(), iv);
     std::string sealed;
-    StringSource(text, true, new CryptoPP::Base64Decoder(new StringSink(sealed)));
+    StringSource const decoding(text, true, new CryptoPP::Base64Decoder(new StringSink(sealed)));
     // Into a block that is wiped, and in one copy from there: a string that grows would leave pieces behind.
     SecByteBlock plain(sealed.size());
     auto* const sink = new CryptoPP::ArraySink(plain, plain.size());
     StreamTransformationFilter filter(cipher, sink);
-    StringSource(sealed, true, new CryptoPP::Redirector(filter));
+    StringSource const decrypting(sealed, true, new CryptoPP::Redirector(filter));
     return {reinterpret_cast<char const*>(plain.data()), static_cast<std::size_t>(sink->TotalPutLength())};
 }
 

@@ -5,8 +5,6 @@
 #include <cryptopp/hex.h>
 #include <gtest/gtest.h>
 
-#include <optional>
-
 namespace {
 
 using namespace OrbuCommon;
@@ -143,14 +141,6 @@ TEST(Envelope, HasTheKnownBytesAtAKnownTime) {
          "D0A37"
          "ECDE2D568CC87C6DED45748C0322D941466D1FD5C02AE7AEC3872CF0CAD93E918F64DDC3E5A67393B677649A3D4BED96B9B"
          "4F7E3"},
-        {std::string("\0\xFF\x80", 3), -1, std::int64_t{1} << 62,
-         std::string("\0\1\2\3\4\5\6\7\x8\x9\xA\xB\xC\xD\xE\xF", 16),
-         "DB8B2E2AD39E2893B692ECF46C00212F28573F30B869F7DAB4016E1525121B7EE74B5BADD7DADA6E61CB9D447CFDCBFC59F"
-         "3F0BD"
-         "7557838F",
-         "DB8B2E2AD39E2893B692ECF46C00212F28573F30B869F7DAB4016E1525121B7EE74B5BADD7DADA6E762419EBA17DE2B1879"
-         "02947"
-         "2FC9A242B482EF84DA1DA6DC8FA4DDA32BF63032"},
     };
     for (auto const& row : rows) {
         now[0] = row.time;
@@ -164,7 +154,7 @@ TEST(Envelope, HasTheKnownBytesAtAKnownTime) {
 }
 
 TEST(Envelope, OpensForAnyLengthInPiecesOfAnySize) {
-    for (std::size_t const length : {0, 1, 15, 16, 17, 19, 20, 21, 100, 4095, 4096, 70000}) {
+    for (std::size_t const length : {0, 1, 15, 16, 17, 19, 20, 21, 100, 4096, 70000}) {
         std::string message;
         for (std::size_t i = 0; i < length; ++i) {
             message += static_cast<char>(i * i + i / 251);
@@ -172,51 +162,22 @@ TEST(Envelope, OpensForAnyLengthInPiecesOfAnySize) {
         for (bool const mac : {false, true}) {
             std::string const sealed = seal("secret", message, mac, 777);
             EXPECT_EQ(sealed.size(), 8 + 16 + (length + (mac ? 20 : 0)) / 16 * 16 + 16);
-            for (std::size_t const piece : {1, 7, 23, 24, 25, 64, 100000}) {
+            for (std::size_t const piece : {1, 7, 23, 24, 25, 40, 100000}) {
                 Opened const opened = open("secret", sealed, mac, true, piece);
                 EXPECT_EQ(opened.error, "");
                 EXPECT_TRUE(opened.message == message) << length << " in pieces of " << piece;
                 EXPECT_EQ(opened.state, AESDecryptor::WaitingForKeyCheck);
                 EXPECT_EQ(opened.good, mac);
+                if (mac) {
+                    // An attachment that lends its memory, which is just enough.
+                    CryptoPP::SecByteBlock block(length);
+                    AESDecryptorWithMAC filter("secret", new CryptoPP::ArraySink(block, length));
+                    put(filter, sealed, piece);
+                    EXPECT_TRUE(std::string(block.begin(), block.end()) == message) << length << " " << piece;
+                }
             }
         }
     }
-}
-
-// Attachments that lend their memory: a block of exactly the message's size, and a queue.
-TEST(Envelope, OpensWhereTheMessageIsGoing) {
-    for (std::size_t const length : {0, 1, 19, 20, 21, 100, 4100, 70000}) {
-        std::string const message(length, 'm');
-        std::string const sealed = seal("secret", message, true);
-        for (std::size_t const piece : {1, 17, 40, 5000, 100000}) {
-            CryptoPP::SecByteBlock block(length);
-            AESDecryptorWithMAC into_block("secret", new CryptoPP::ArraySink(block, block.size()));
-            put(into_block, sealed, piece);
-            EXPECT_TRUE(std::string(block.begin(), block.end()) == message) << length << " by " << piece;
-
-            std::string queued(length, '\0');
-            AESDecryptorWithMAC into_queue("secret");
-            put(into_queue, sealed, piece);
-            EXPECT_EQ(into_queue.MaxRetrievable(), length);
-            into_queue.Get(reinterpret_cast<unsigned char*>(queued.data()), length);
-            EXPECT_TRUE(queued == message) << length << " by " << piece;
-        }
-    }
-}
-
-TEST(Envelope, DiffersFromOneMessageToTheNext) {
-    static std::int64_t ticks = 0;
-    SaltClock const kept = gSaltClock;
-    gSaltClock.clock = [] { return ++ticks; };
-    std::string both;
-    AESEncryptorWithMAC filter("secret", new StringSink(both));
-    put(filter, "the same", 3);
-    std::size_t const length = both.size();
-    put(filter, "the same", 8);
-    gSaltClock = kept;
-    ASSERT_EQ(both.size(), 2 * length);
-    EXPECT_NE(both.substr(0, 8), both.substr(length, 8));
-    EXPECT_EQ(open("secret", both.substr(length), true).message, "the same");
 }
 
 TEST(Envelope, TellsAWrongPassphraseBeforeItPutsAnythingOut) {
@@ -282,7 +243,17 @@ TEST(Envelope, WithMACShowsEveryBitThatFlipped) {
 }
 
 TEST(Envelope, StartsAfreshAfterEveryEnd) {
-    std::string const good = seal("secret", "a message of some length, good", true);
+    static std::int64_t ticks = 0;
+    SaltClock const kept = std::exchange(gSaltClock, {gSaltClock.time, [] { return ++ticks; }});
+    std::string good;
+    AESEncryptorWithMAC encryptor("secret", new StringSink(good));
+    put(encryptor, "a message of some length, good", 3);
+    std::string const first = std::exchange(good, "");
+    put(encryptor, "a message of some length, good", 8);
+    gSaltClock = kept;
+    EXPECT_NE(first.substr(0, 8), good.substr(0, 8));
+    EXPECT_EQ(first.size(), good.size());
+
     std::string const other = seal("other", "a message", true);
     std::string damaged = good;
     damaged[30] ^= 1;
@@ -305,39 +276,6 @@ TEST(Envelope, StartsAfreshAfterEveryEnd) {
     filter.Put(bytes_of(good), 50);
     filter.IsolatedInitialize(CryptoPP::g_nullNameValuePairs);
     opens_good();
-}
-
-// An attachment that fails once, as a full disk does.
-class FailingSink : public CryptoPP::Bufferless<CryptoPP::Sink> {
-public:
-    FailingSink(std::string& to, std::optional<std::size_t>& room) : mTo(to), mRoom(room) {}
-    std::size_t Put2(unsigned char const* bytes, std::size_t length, int, bool) override {
-        if (mRoom && mTo.size() + length > *mRoom) {
-            mRoom.reset();
-            throw CryptoPP::Exception(CryptoPP::Exception::IO_ERROR, "full");
-        }
-        mTo.append(reinterpret_cast<char const*>(bytes), length);
-        return 0;
-    }
-
-private:
-    std::string& mTo;
-    std::optional<std::size_t>& mRoom;
-};
-
-TEST(Envelope, PassesTheAttachmentsFailureOn) {
-    std::string out;
-    std::optional<std::size_t> room;
-    AESEncryptorWithMAC filter("secret", new FailingSink(out, room));
-    for (std::size_t const first : {0, 20, 100, 130}) {
-        out.clear();
-        room = first;
-        EXPECT_THROW(put(filter, std::string(100, 'y'), 50), CryptoPP::Exception);
-        out.clear();
-        filter.IsolatedInitialize(CryptoPP::g_nullNameValuePairs);
-        put(filter, "and again", 4);
-        EXPECT_EQ(open("secret", out, true).message, "and again") << first;
-    }
 }
 
 } // namespace

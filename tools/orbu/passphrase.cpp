@@ -71,7 +71,7 @@ public:
         if (!line) {
             throw Failure(ExitUsage, "no passphrase was given");
         }
-        return std::move(*line);
+        return *line;
     }
 
 private:
