@@ -11,6 +11,7 @@ int main(int argc, char** argv) {
     registerTransportRows();
     registerLoadRows();
     registerEnvelopeRows();
+    registerLogRows();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;
