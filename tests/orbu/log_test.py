@@ -92,14 +92,16 @@ class PerfTest(LogVerbTest):
 
     def test_pairs(self):
         # Nested in themselves, in two processes and two components, over midnight.
+        late = {"date": "2024/03/10"}
         told, events = self.events(
             entry("23:59:59:900", "A.START") + entry("23:59:59:950", "A.START") +
-            entry("23:59:59:960", "A.START", process=8) + entry("0:00:00:0", "A.START", component="[OrbuRT]", date="2024/03/10") +
-            entry("00:00:00:10", "A.END", date="2024/03/10") + entry("00:00:00:100", "A.END", date="2024/03/10") +
-            entry("00:00:00:60", "A.END", process=8, date="2024/03/10") + entry("00:00:01", "A.END", component="[OrbuRT]", date="2024/03/10") +
-            entry("00:00:02:", "note", date="2024/03/10") + entry("00:00:03:5", "a, comma.START", date="2024/03/10", system="S") +
-            entry("00:00:03:7", "a, comma.END", component="NA", date="2024/03/10") +
-            entry("00:00:04:0", "back.START", date="2024/03/10") + entry("00:00:03:9", "back.END", date="2024/03/10"))
+            entry("23:59:59:960", "A.START", process=8) + entry("0:00:00:0", "A.START", component="[OrbuRT]", **late) +
+            entry("00:00:00:10", "A.END", **late) + entry("00:00:00:100", "A.END", **late) +
+            entry("00:00:00:60", "A.END", process=8, **late) +
+            entry("00:00:01", "A.END", component="[OrbuRT]", **late) +
+            entry("00:00:02:", "note", **late) + entry("00:00:03:5", "a, comma.START", system="S", **late) +
+            entry("00:00:03:7", "a, comma.END", component="NA", **late) +
+            entry("00:00:04:0", "back.START", **late) + entry("00:00:03:9", "back.END", **late))
         self.assertEqual((told["lines"], told["spans"], told["without_end"], told["without_start"], told["backward"],
                           told["other"], told["damaged"]), (13, 4, 1, 1, 1, 1, 0))
         event = events["OrbuInt", "A"]  # 60, 200 and 100 milliseconds
@@ -121,10 +123,12 @@ class PerfTest(LogVerbTest):
 
     def test_damaged_lines(self):
         good = entry("01:00:00:0", "A.START") + entry("01:00:00:7", "A.END")
-        damaged = [b"", b"x", b",,,,,,,,,,", entry("25:00:00:0", "A.START").encode(), entry("01:00:00:0", "A.START", date="2024/02/30").encode(),
-                   entry("01:00:00:0", "A.START")[:-2].encode(), entry("01:00:00:0", "A.START", process="x").encode(),
-                   entry("01:00:00:0", "A.START", component="OrbuInt").encode(), b"\0" * 50 + good.encode()[:60],
-                   entry("01:00:00:0", "A.START")[:-1].encode() + entry("01:00:00:0", "A.START").encode(), b"y" * 500000]
+        start = entry("01:00:00:0", "A.START")
+        damaged = [b"", b"x", b",,,,,,,,,,", b"y" * 500000, b"\0" * 50 + start.encode(), start[:-2].encode(),
+                   start[:-1].encode() + start.encode()]
+        damaged += [text.encode() for text in (
+            entry("25:00:00:0", "A.START"), entry("01:00:00:0", "A.START", date="2024/02/30"),
+            entry("01:00:00:0", "A.START", process="x"), entry("01:00:00:0", "A.START", component="OrbuInt"))]
         text = b"\n".join(line.rstrip(b"\n") for line in damaged) + b"\n"
         told, events = self.events(text + good.encode().replace(b"\n", b"\r\n") + text)
         self.assertEqual((told["damaged"], told["lines"], told["spans"]), (2 * len(damaged), 2 * len(damaged) + 2, 1))
@@ -138,8 +142,9 @@ class PerfTest(LogVerbTest):
     def test_timeline(self):
         picture = self.folder / "out.svg"
         name = "<b>&\"\x1b[31m\xff"
-        text = (entry("01:00:00:0", "Outer.START") + entry("01:00:00:1", name + ".START") + entry("01:00:00:900", name + ".END") +
-                entry("01:00:01:0", "Outer.END") + entry("01:00:02:0", "Lost.START", process=8)).encode("latin-1")
+        text = (entry("01:00:00:0", "Outer.START") + entry("01:00:00:1", name + ".START") +
+                entry("01:00:00:900", name + ".END") + entry("01:00:01:0", "Outer.END") +
+                entry("01:00:02:0", "Lost.START", process=8)).encode("latin-1")
         output = self.perf(text, "--svg", picture, talk="began and did not end")
         self.assertNotIn("\x1b", output)
         document = xml.dom.minidom.parse(str(picture))
@@ -151,13 +156,16 @@ class PerfTest(LogVerbTest):
         self.assertTrue({"7 · OrbuInt", "8 · OrbuInt", "01:00:01.000", "Outer (OrbuInt) × 1"} <= set(texts), texts)
         self.perf("", "--svg", picture)
         xml.dom.minidom.parse(str(picture))
-        self.orbu("perf", self.folder / "log.csv", "--svg", self.folder / "log.csv", code=USAGE, talk="is the log itself")
+        self.perf(text, "--svg", self.folder / "log.csv", code=USAGE, talk="is the log itself")
         self.perf(text, "--svg", "/dev/full", code=FAILED, talk="No space left")
 
     def test_bounded(self):
         # Many processes, kinds and open events, each seen once: told within bounds, and the picture stays small.
         picture = self.folder / "out.svg"
-        lines = [entry(f"{i // 3600 % 24:02}:{i // 60 % 60:02}:{i % 60:02}:0", f"E{i}.START", process=i) for i in range(60000)]
+        def time(i):
+            return f"{i // 3600:02}:{i // 60 % 60:02}:{i % 60:02}:0"
+
+        lines = [entry(time(i), f"E{i}.START", process=i) for i in range(60000)]
         lines += [entry("23:59:59:0", f"E{i}.END", process=i) for i in range(58000, 60000)]
         told, events = self.events("".join(lines))
         self.assertEqual((told["without_end"], told["spans"]), (58000, 2000))

@@ -21,13 +21,14 @@ namespace {
 long objects_made = 0;
 } // namespace
 
-void* operator new(size_t size) {
+// Not inlined: the compiler would see malloc() and operator new as two families.
+__attribute__((noinline)) void* operator new(size_t size) {
     ++objects_made;
     void* const block = std::malloc(size);
     return block != nullptr ? block : throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, size_t) noexcept { std::free(block); }
+__attribute__((noinline)) void operator delete(void* block) noexcept { std::free(block); }
+__attribute__((noinline)) void operator delete(void* block, size_t) noexcept { std::free(block); }
 
 namespace {
 

@@ -135,11 +135,20 @@ off_t size_of(std::string const& path) {
     return ::stat(path.c_str(), &info) == 0 ? info.st_size : 0;
 }
 
-// What has been added to a file since it had `size` bytes.
-std::string added_to(std::string const& path, off_t size) {
+// What has been added to a file since it had `size` bytes, as far as an entry of `most` bytes can be in it
+// beside those of others.
+std::string added_to(std::string const& path, off_t size, size_t most) {
+    struct stat info {};
+    if (::stat(path.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        return {};
+    }
     std::ifstream file(path, std::ios::binary);
+    std::string text(std::min(static_cast<size_t>(std::max<off_t>(info.st_size - size, 0)), most + (1 << 20)),
+                     '\0');
     file.seekg(size);
-    return {std::istreambuf_iterator<char>(file), {}};
+    file.read(text.data(), static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<size_t>(file.gcount()));
+    return text;
 }
 
 // Writes the entry as a host does. The logger never says whether it could, so the line is looked for: behind
@@ -172,7 +181,7 @@ int write_entry(char const* variable, bool enable, char delimiter, Record const&
 
     std::string section = bytes_of(logger.getHeader());
     std::replace(section.begin(), section.end(), ' ', delimiter);
-    std::string const text = added_to(path, size);
+    std::string const text = added_to(path, size, end.size());
     size_t const start = text.find(section + delimiter);
     size_t const stop = start == text.npos ? text.npos : text.find(end, start);
     if (stop == text.npos) {
