@@ -49,7 +49,7 @@ void OrbuLogger::log(OrbuLoggable* item) {
         item->dumpTechSupport(this);
         file.close();
     }
-    if (opened) {
+    if (opened && mutex != nullptr) { // null: the record has logged through this logger itself
         mutex->UnLock();
     }
     delete mutex;

@@ -35,8 +35,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
 
-constexpr char kMutex[] = "/OrbuDebug.log.Mutex";
-
 class Logger : public LogTest {
 protected:
     static void debug(char const* message, bool stamp = true) {
@@ -46,7 +44,10 @@ protected:
         }
         logger.log(OrbuDebugLog(Orbu::VendorOrbuInt, message));
     }
-    static bool mutexExists() { return fileExists("/dev/shm/sem.OrbuDebug.log.Mutex"); }
+    // The semaphores of the two logs are shared by all tests that run now; this one has a name of its own.
+    std::string general() const { return folder + folder.substr(folder.rfind('/')) + ".log"; }
+    std::string mutexName() const { return general().substr(folder.size()) + ".Mutex"; }
+    bool mutexExists() const { return fileExists("/dev/shm/sem." + mutexName().substr(1)); }
 };
 
 TEST_F(Logger, WritesNothingWhileItIsOff) {
@@ -97,7 +98,6 @@ TEST_F(Logger, WritesOneLineAnEntry) {
             MatchesRegex("[0-9/]{10} [0-9:]{8} " + std::to_string(::getpid()) + " \\[OrbuInt\\] first %1 "),
             header + " [None] second ", header + " [None] second ", shown(logger.getHeader()) + "   "));
     EXPECT_NE(header, shown(logger.getHeader()));
-    EXPECT_FALSE(mutexExists());
 }
 
 TEST_F(Logger, WritesThePerformanceColumns) {
@@ -133,28 +133,45 @@ TEST_F(Logger, LosesEntriesWithoutAWord) {
     full.startLogging();
     full.log(OrbuPerfLog(Orbu::VendorOrbuInt, {"a", "b", "c", "d", "disk full"}));
 
-    OrbuLogger general(false);
-    general.setLogFileName((folder + "/general/").c_str());
-    general.setLogFileName("");
-    EXPECT_EQ(folder + "/general/", shown(general.getLogFileName()));
-    general.startLogging();
-    general.log(OrbuDebugLog(Orbu::VendorOrbuInt, "no name behind the folder"));
-    EXPECT_FALSE(mutexExists());
+    OrbuLogger unnamed(false);
+    unnamed.setLogFileName((folder + "/general/").c_str());
+    unnamed.setLogFileName("");
+    EXPECT_EQ(folder + "/general/", shown(unnamed.getLogFileName()));
+    unnamed.startLogging();
+    unnamed.log(OrbuDebugLog(Orbu::VendorOrbuInt, "no name behind the folder"));
 }
 
 TEST_F(Logger, WaitsForALimitedTime) {
-    ::setenv("ORBU_DEBUG_MODE", "1", 1);
-    sem_t* const held = ::sem_open(kMutex, O_CREAT, 0644, 0);
+    sem_t* const held = ::sem_open(mutexName().c_str(), O_CREAT | O_EXCL, 0644, 0);
     ASSERT_NE(SEM_FAILED, held);
+    OrbuLogger logger(general().c_str());
+    logger.startLogging();
+    logger.log(nullptr);
+    EXPECT_TRUE(mutexExists());
     auto const start = std::chrono::steady_clock::now();
-    debug("late");
+    logger.log(OrbuDebugLog(Orbu::VendorOrbuInt, "late"));
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(10));
-    EXPECT_EQ(1u, linesOf(debugLog()).size());
+    EXPECT_EQ(1u, linesOf(general()).size());
     int value = -1;
     EXPECT_EQ(0, ::sem_getvalue(held, &value));
     EXPECT_EQ(0, value); // what it does not hold it does not give back
-    ::sem_close(held);
     EXPECT_FALSE(mutexExists());
+    ::sem_close(held);
+}
+
+TEST_F(Logger, TakesARecordThatLogsItself) {
+    struct Nested : OrbuDebugLog {
+        Nested() : OrbuDebugLog(Orbu::VendorOrbuRT, "outer") {}
+        void dumpTechSupport(OrbuLogger* logger) const override {
+            logger->log(OrbuDebugLog(Orbu::VendorOrbuInt, "inner"));
+            OrbuDebugLog::dumpTechSupport(logger);
+        }
+    };
+    OrbuLogger logger(general().c_str());
+    logger.startLogging();
+    logger.log(Nested());
+    std::string const header = shown(logger.getHeader());
+    EXPECT_THAT(linesOf(general()), ElementsAre(header + " [OrbuInt] inner ", header + " [OrbuRT] outer "));
 }
 
 TEST_F(Logger, KeepsTwoLoggersApart) {
