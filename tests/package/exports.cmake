@@ -12,6 +12,13 @@ foreach(symbol IN LISTS unique)
   message(SEND_ERROR "unique symbol: ${symbol}")
 endforeach()
 
+# Instances of other people's templates: a library that is never unloaded could bind to one and pin this one.
+execute_process(COMMAND ${NM} --dynamic --defined-only "${LIBRARY}" OUTPUT_VARIABLE mangled COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "_Z(NK?|T[VIST]N?)?(S|8tinyxml2|8CryptoPP)[^\n]*" foreign "${mangled}")
+foreach(symbol IN LISTS foreign)
+  message(SEND_ERROR "exported, and not ours: ${symbol}")
+endforeach()
+
 # Statics that host and library share must be there for the host to find.
 foreach(shared "TList<TStr>::sinfo" "TMap<TStr, TStr>::sinfo" "TMap<TStr, QMXValue>::sinfo" "TStr::null" "Debug"
         "QMXPipeConduit::sLastSessionId" "COrbuUtilObjectManager::instance_" "orbu_exit_hook_marker"
