@@ -4,6 +4,8 @@
 
 OrbuDebugLog::OrbuDebugLog() : OrbuDebugLog(Orbu::VendorNone, "") {}
 
+// By value: hosts are built against it.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 OrbuDebugLog::OrbuDebugLog(Orbu::VendorID vendorId, TStr text)
     : OrbuLoggable(""), message(text), vendor(vendorId) {
     setComponentIDStr();

@@ -34,7 +34,7 @@ void OrbuPerfLog::dumpTechSupport(OrbuLogger* logger) const {
 }
 
 void OrbuPerfLog::clear() {
-    OrbuLoggable::clear();
+    setReason("");
     data = OrbuPerfLogData();
     clearVendor();
 }

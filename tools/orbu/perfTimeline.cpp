@@ -321,7 +321,8 @@ std::string Timeline::svg(std::string const& title, PerfLog const& log) const {
     height = shown.empty() ? kTop + 60 : height;
     double const bottom = height;
     size_t const legend = std::min<size_t>(by_time.size(), kColours) + (by_time.size() > kColours ? 1 : 0);
-    height += 50 + static_cast<double>((legend + 3) / 4) * 20;
+    size_t const legend_rows = (legend + 3) / 4;
+    height += 50 + static_cast<double>(legend_rows) * 20;
 
     std::string out = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     add_format(
@@ -422,8 +423,9 @@ std::string Timeline::svg(std::string const& title, PerfLog const& log) const {
 
     // The legend: what a colour means.
     for (size_t i = 0; i < legend; ++i) {
+        size_t const row = i / 4;
         double const left = 16 + static_cast<double>(i % 4) * 290;
-        double const top = bottom + 24 + static_cast<double>(i / 4) * 20;
+        double const top = bottom + 24 + static_cast<double>(row) * 20;
         std::string name = "all other events";
         if (i < kColours) {
             EventFigures const& event = events[by_time[i]];
