@@ -12,6 +12,7 @@ int main(int argc, char** argv) {
     registerLoadRows();
     registerEnvelopeRows();
     registerLogRows();
+    registerSettingsRows();
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {
         return 2;

@@ -49,6 +49,11 @@ def comparisons():
     for name, text in (("seal64M", "sealing 64 MiB with MAC"), ("open64M", "opening 64 MiB with MAC")):
         time(text, name, "by_hand", 1 / 0.9)
     time("entry in the debug log", "log_entry", "bare", 1.5)
+    for peer, text, kind in (("tinyxml2-locked", "tinyxml2 and the same locks", TARGET),
+                             ("tinyxml2", "tinyxml2 without locks", AIM),
+                             ("tinyxml2-once", "... that reads once", AIM)):
+        rows.append((f"100 settings, load, set, save, against {text}", "settings100/ours/real_time", "real_time",
+                     (f"settings100/{peer}/real_time", "real_time"), 1.3, kind))
     rows.append(("library loaded, ms", "load/ours/iterations:1", "load_ms", None, 2.0, TARGET))
     rows.append(("library loaded, MiB", "load/ours/iterations:1", "load_mib", None, 1.5, TARGET))
     return rows

@@ -13,6 +13,7 @@ void registerTransportRows(); // request and reply, waiting, idling
 void registerLoadRows();      // the library loaded and not used
 void registerEnvelopeRows();  // sealing and opening, beside the primitives called by hand
 void registerLogRows();       // an entry in a log
+void registerSettingsRows();  // a settings file loaded, changed and saved
 
 // A text of at least `bytes` bytes, of whole characters. Kinds: "ascii", "latin", "cjk", "sentence".
 std::string sampleText(const std::string& kind, unsigned long bytes);

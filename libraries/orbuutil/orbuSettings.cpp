@@ -1,6 +1,5 @@
 #include "orbuutil/orbuSettings.h"
 
-#include "orbuutil/c_path.h"
 #include "orbuutil/orbuMutex.h"
 #include "orbuutil/orbuSettingsPrivate.h"
 #include "orbuutil/ownersPrivate.h"
@@ -86,6 +85,30 @@ private:
     int const fd;
 };
 
+// The bytes of a file, under its lock. Only a regular one: another may block, or have no end.
+bool readText(TPath const& pathname, std::string& text) {
+    TPath place(pathname); // is localised
+    UniqueFd const fd(
+        place.isFile() ? ::open(private_str_text_or_empty(place.handle()), O_RDONLY | O_CLOEXEC | O_NONBLOCK)
+                       : -1);
+    if (!fd) {
+        return false;
+    }
+    HeldFile const held(fd.get(), LOCK_SH);
+    struct stat info = {};
+    ssize_t got = ::fstat(fd.get(), &info);
+    if (got == 0) {
+        text.resize(static_cast<std::size_t>(info.st_size));
+        std::size_t length = 0;
+        do {
+            got = ::read(fd.get(), text.data() + length, text.size() - length);
+            length += got > 0 ? static_cast<std::size_t>(got) : 0;
+        } while ((got > 0 && length < text.size()) || (got < 0 && errno == EINTR));
+        text.resize(length);
+    }
+    return got >= 0;
+}
+
 // What the document reads as in a file.
 struct Printed {
     Printed() : file(::open_memstream(&bytes, &size)) {}
@@ -154,6 +177,7 @@ OrbuSettings::OrbuSettings(bool shared)
       _bIsLoaded(false),
       document(new tinyxml2::XMLDocument),
       _pXmlRoot(nullptr),
+      mIsAsRead(false),
       mErrorLine(0) {}
 
 OrbuSettings::~OrbuSettings() { refresh(false); }
@@ -169,6 +193,8 @@ bool OrbuSettings::refresh(bool keepPending) {
     sectionCache.clear();
     dataCache.clear();
     document->Clear();
+    mIsAsRead = false;
+    mText.clear();
     values.clear();
     mErrorText.clear();
     mErrorLine = 0;
@@ -202,8 +228,8 @@ bool OrbuSettings::open(TPath const& pathname, bool keepPending) {
     const char* const pPath = pathname.toUtf8();
     ORBU_SETTINGS_ASSERT_POINTER(pPath);
     TPath const wanted(pathname); // it may be our own `path`
-    refresh(keepPending);
     if (!wanted.exists()) {
+        refresh(keepPending);
         setupEmptyXmlDoc();
         if (!keepPending) {
             path = wanted;
@@ -213,7 +239,7 @@ bool OrbuSettings::open(TPath const& pathname, bool keepPending) {
     HeldMutex const mutex(wanted);
     bool loaded = false;
     try {
-        loaded = load(wanted);
+        loaded = load(wanted, keepPending);
     } catch (...) {
         refresh(keepPending);
         throw;
@@ -224,18 +250,24 @@ bool OrbuSettings::open(TPath const& pathname, bool keepPending) {
     return loaded;
 }
 
-// Reads a file that is there. Only a regular one: another may block, or have no end.
-bool OrbuSettings::load(TPath const& pathname) {
-    TPath place(pathname); // is localised
-    UniqueFile const file(place.isFile() ? path_fopen(place.handle(), "rbe") : nullptr);
-    if (!file) {
+// Reads a file that is there. A text that is still what the document was made from needs no second document:
+// most saves find it so.
+bool OrbuSettings::load(TPath const& pathname, bool keepPending) {
+    std::string text;
+    bool const read = readText(pathname, text);
+    if (read && keepPending && mIsAsRead && text == mText) {
+        return true;
+    }
+    refresh(keepPending);
+    if (!read) {
         return fail("it is no file that can be read", 0);
     }
-    HeldFile const held(::fileno(file.get()), LOCK_SH);
-    if (document->LoadFile(file.get()) != tinyxml2::XML_SUCCESS) {
+    if (document->Parse(text.data(), text.size()) != tinyxml2::XML_SUCCESS) {
         return failParsing();
     }
-    return readElements();
+    mIsAsRead = readElements();
+    mText.swap(text);
+    return mIsAsRead;
 }
 
 bool OrbuSettings::parse(TStr const& xmlStr, bool keepPending) {
@@ -375,6 +407,7 @@ bool OrbuSettings::removeSection(TStr const& name) {
 
 bool OrbuSettings::commit() {
     ORBU_SETTINGS_ASSERT(_bIsLoaded);
+    mIsAsRead = mIsAsRead && pendingSet.empty() && pendingRemove.empty();
     for (auto const& [changed, value] : pendingSet) {
         Pieces const pieces(changed);
         TStr const sectionName = textOf(pieces.section);

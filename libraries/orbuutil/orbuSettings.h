@@ -28,6 +28,7 @@
 
 #include <map>
 #include <memory>
+#include <string>
 
 namespace tinyxml2 {
 class XMLDocument;
@@ -108,7 +109,7 @@ private:
     bool readElements();
     bool fail(TStr const& text, int line);
     bool failParsing();
-    bool load(TPath const& pathname);
+    bool load(TPath const& pathname, bool keepPending);
     bool commit();
     bool write(TPath const& outFile);
     bool setXmlData(TStr const& name, TStr const& key, TStr const& value);
@@ -127,6 +128,8 @@ private:
     // Elements of `document`; what is deleted there goes here first.
     std::map<TStr, tinyxml2::XMLElement*> sectionCache;
     std::map<TStr, tinyxml2::XMLElement*> dataCache;
+    bool mIsAsRead;    // `document` is what `mText` gave, unchanged
+    std::string mText; // of the file
     TStr mErrorText;
     int mErrorLine;
 };

@@ -115,8 +115,8 @@ bool OrbuSettings::readElements() {
     }
     walk(_pXmlRoot, [this](const char* section, const char* key, const char* text) {
         void* const composite = private_settings_composite(section, key);
-        values.emplace(std::piecewise_construct, std::forward_as_tuple(composite),
-                       std::forward_as_tuple(text));
+        values.emplace_hint(values.end(), std::piecewise_construct, std::forward_as_tuple(composite),
+                            std::forward_as_tuple(text));
     });
     _bIsLoaded = !values.empty();
     return _bIsLoaded ? true : fail("there is no value in it", _pXmlRoot->GetLineNum());
