@@ -206,6 +206,7 @@ bool OrbuSettings::refresh(bool keepPending) {
     return true;
 }
 
+// Keeps why something was not done, or with nothing to say that it was.
 bool OrbuSettings::fail(TStr const& text, int line) {
     mErrorText = text;
     mErrorLine = line;
@@ -214,10 +215,11 @@ bool OrbuSettings::fail(TStr const& text, int line) {
 
 // tinyxml2's name for what is wrong, as words: XML_ERROR_MISMATCHED_ELEMENT is "mismatched element".
 bool OrbuSettings::failParsing() {
-    constexpr std::string_view prefix = "XML_ERROR_";
     std::string words = document->ErrorName();
-    if (words.starts_with(prefix)) {
-        words.erase(0, prefix.size());
+    for (std::string_view const prefix : {"XML_", "ERROR_"}) {
+        if (words.starts_with(prefix)) {
+            words.erase(0, prefix.size());
+        }
     }
     std::replace(words.begin(), words.end(), '_', ' ');
     return fail(TStr(words.c_str()).lower(), document->ErrorLineNum());
@@ -256,6 +258,7 @@ bool OrbuSettings::load(TPath const& pathname, bool keepPending) {
     std::string text;
     bool const read = readText(pathname, text);
     if (read && keepPending && mIsAsRead && text == mText) {
+        fail({}, 0);
         return true;
     }
     refresh(keepPending);
@@ -318,8 +321,8 @@ bool OrbuSettings::write(TPath const& outFile) {
 }
 
 bool OrbuSettings::getData(TStr const& name, TStr const& key, TStr& value) {
-    ORBU_SETTINGS_ASSERT(!name.isEmpty() && !key.isEmpty());
     value.clear();
+    ORBU_SETTINGS_ASSERT(!name.isEmpty() && !key.isEmpty());
     TStr const wanted = composite(name, key);
     for (auto const* map : {&pendingSet, &values}) { // pendingRemove has no say here
         if (auto const found = map->find(wanted); found != map->end()) {

@@ -65,8 +65,9 @@ public:
     // makes (0770) if need be. The changes stay, and are applied again by the next save. False when reading
     // failed (then the object is not loaded, and open comes before another save), when nothing is left in the
     // store (which cannot be written: the file keeps what it has), when it could not be written (on a full
-    // disk it keeps what it has), and, since 0 from tinyxml2 is taken as a truth value, when all went well.
-    // Permissions are set (0666 and 0777) only for another value than 0. Hosts depend on these results.
+    // disk it keeps what it has, and a new file stays empty), and, since 0 from tinyxml2 is taken as a truth
+    // value, when all went well. Permissions are set (0666 and 0777) only for another value than 0. Hosts
+    // depend on these results.
     bool save(TPath const& outFile);
 
     // Drops what was read, and without `keepPending` the changes and the path too. True.

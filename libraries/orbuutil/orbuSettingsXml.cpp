@@ -2,7 +2,7 @@
 #include "orbuutil/orbuSettings.h"
 #include "orbuutil/orbuSettingsPrivate.h"
 
-#include <cstring>
+#include <set>
 #include <string>
 #include <tinyxml2.h>
 #include <utility>
@@ -76,9 +76,9 @@ const char OrbuSettings::kSlash[] = "/";
 str* private_settings_composite(std::string_view section, std::string_view key) {
     str* const made = private_str_blank(static_cast<long>(section.size() + 1 + key.size()));
     if (made != nullptr) {
-        std::memcpy(made->text, section.data(), section.size());
+        section.copy(made->text, section.size());
         made->text[section.size()] = OrbuSettings::kSlash[0];
-        std::memcpy(made->text + section.size() + 1, key.data(), key.size());
+        key.copy(made->text + section.size() + 1, key.size());
     }
     return made;
 }
@@ -123,12 +123,12 @@ bool OrbuSettings::readElements() {
 }
 
 void OrbuSettings::visitData(Visit visit, void* context) const {
-    std::map<std::pair<TStr, TStr>, bool> seen;
+    std::set<std::pair<TStr, TStr>> seen;
     if (_bIsLoaded) {
         walk(_pXmlRoot, [&](const char* section, const char* key, const char* text) {
-            auto const [place, isNew] = seen.emplace(std::pair<TStr, TStr>(section, key), true);
+            auto const [place, isNew] = seen.emplace(section, key);
             if (isNew) {
-                visit(place->first.first, place->first.second, TStr(text), context);
+                visit(place->first, place->second, TStr(text), context);
             }
         });
     }
