@@ -5,8 +5,8 @@
 
 OrbuFileLock::~OrbuFileLock() {
     if (fd != -1) {
-        this->UnLock();
-        this->Close();
+        OrbuFileLock::UnLock();
+        OrbuFileLock::Close();
         locked = false;
     }
 }
@@ -15,7 +15,8 @@ bool OrbuFileLock::Open(TStr const& wanted) {
     if (wanted.isEmpty()) {
         return false;
     }
-    TStr const copy = wanted; // the caller may pass the text that Close clears
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be the text that Close clears
+    TStr const copy = wanted;
     const char* const utf8 = copy.toUtf8();
     if (utf8 == nullptr) {
         return false;

@@ -29,7 +29,7 @@ OrbuUnixMutexImp::~OrbuUnixMutexImp() {
         if (locked) {
             post();
         }
-        this->Close();
+        OrbuUnixMutexImp::Close();
         locked = false;
     }
 }

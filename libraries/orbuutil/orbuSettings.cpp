@@ -87,7 +87,8 @@ private:
 
 // The bytes of a file, under its lock. Only a regular one: another may block, or have no end.
 bool readText(TPath const& pathname, std::string& text) {
-    TPath place(pathname); // is localised
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): asking localises it
+    TPath const place(pathname);
     UniqueFd const fd(
         place.isFile() ? ::open(private_str_text_or_empty(place.handle()), O_RDONLY | O_CLOEXEC | O_NONBLOCK)
                        : -1);
@@ -229,7 +230,8 @@ bool OrbuSettings::open(TPath const& pathname, bool keepPending) {
     ORBU_SETTINGS_ASSERT(!pathname.isEmpty());
     const char* const pPath = pathname.toUtf8();
     ORBU_SETTINGS_ASSERT_POINTER(pPath);
-    TPath const wanted(pathname); // it may be our own `path`
+    // NOLINTNEXTLINE(performance-unnecessary-copy-initialization): it may be our own `path`
+    TPath const wanted(pathname);
     if (!wanted.exists()) {
         refresh(keepPending);
         setupEmptyXmlDoc();
@@ -285,17 +287,16 @@ bool OrbuSettings::parse(TStr const& xmlStr, bool keepPending) {
 
 bool OrbuSettings::save(TPath const& outFile) {
     ORBU_SETTINGS_ASSERT(_bIsLoaded && !outFile.isEmpty());
-    TPath const target(outFile);
     fail({}, 0);
     if (!path.isEmpty() && !open(path, true)) {
         return false;
     }
-    HeldMutex const mutex(target);
+    HeldMutex const mutex(outFile);
     commit();
     if (_pXmlRoot != nullptr && _pXmlRoot->NoChildren()) {
         return fail("nothing is left in the store", 0); // hosts depend on the file that stays
     }
-    return write(target);
+    return write(outFile);
 }
 
 bool OrbuSettings::write(TPath const& outFile) {
