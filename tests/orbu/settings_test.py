@@ -89,7 +89,7 @@ class SettingsTest(unittest.TestCase):
         self.orbu("set", "a", "k", "v", code=BAD_DATA, file=self.folder)
 
     def test_write_that_fails(self):
-        self.assertIn("folder", self.orbu("set", "a", "k", "v", code=FAILED, file="/dev/null/x"))
+        self.assertIn("opened for writing", self.orbu("set", "a", "k", "v", code=FAILED, file="/dev/null/x"))
         self.file.write_text('<OrbuSettings><Section Name="a"><Data Key="k"/></Section></OrbuSettings>', encoding="ascii")
         self.assertIn("hides", self.orbu("set", "a", "k", "v", code=FAILED))
 
