@@ -1,16 +1,14 @@
 // The passphrase envelope: four filters that seal and open bytes in a Crypto++ chain.
 //
-//   without MAC   8 bytes of salt, then AES-128-CBC with PKCS padding of: the key check (16 bytes), the
-//   message with MAC      the same, and behind the message, encrypted with it, 20 bytes of HMAC-SHA1 of the
-//   message
+//   without MAC   salt (8 bytes); under AES-128-CBC with PKCS padding: key check (16 bytes), message
+//   with MAC      the same, and behind the message, encrypted with it, its HMAC-SHA1 (20 bytes)
 //
 // Key and IV are stretched from passphrase and salt, the key check is the first 16 bytes of the SHA-1 of
 // both. The shortest envelope has 40 bytes. An envelope does not tell whether it has a MAC: it is opened by
 // the kind of filter that sealed it.
 //
-// - A filter owns its attachment, as all of Crypto++'s do, and copies the passphrase, which is any bytes,
-// none
-//   included; the copy is wiped with the filter. `passphrase` may be null if `length` is 0.
+// - A filter owns its attachment, as all of Crypto++'s do, and copies the passphrase: any bytes, or none at
+//   all. The copy is wiped with the filter. `passphrase` may be null if `length` is 0.
 // - Bytes come in pieces of any size; MessageEnd() ends a message. The next one on the same object starts
 //   afresh: with a salt of its own, or waiting for a key check again. That holds too after a message end that
 //   threw. IsolatedInitialize() gives up a message half-way.

@@ -286,6 +286,7 @@ void add_verb(CLI::App& app, Action& action, char const* name, char const* what,
     verb->callback([arguments, run, &action] {
         action = [arguments, run] {
             try {
+                check_source(arguments->passphrase);
                 return run(*arguments);
             } catch (ReaderGone const&) {
                 return static_cast<int>(ExitDone);

@@ -25,7 +25,8 @@ void write_text(int fd, char const* text) {
 }
 
 void on_end(int number) {
-    if (terminal >= 0) {
+    // In the background the terminal is somebody else's by now, and setting it would stop us.
+    if (terminal >= 0 && tcgetpgrp(terminal) == getpgrp()) {
         tcsetattr(terminal, TCSANOW, &terminal_before);
         write_text(terminal, "\n");
     }
@@ -54,8 +55,11 @@ void catch_signal(int number, void (*handler)(int)) {
     action.sa_handler = handler;
     action.sa_flags = SA_RESTART;
     sigemptyset(&action.sa_mask);
+    // Who is stopped can be ended all the same.
     for (int const other : kSignals) {
-        sigaddset(&action.sa_mask, other);
+        if (handler == on_end) {
+            sigaddset(&action.sa_mask, other);
+        }
     }
     sigaction(number, &action, nullptr);
 }

@@ -92,8 +92,17 @@ SecByteBlock ask(bool is_new) {
     return passphrase;
 }
 
+// What is typed would be seen here.
+SecByteBlock read_source(int fd, std::string const& what) {
+    if (::isatty(fd) == 1) {
+        throw Failure(ExitUsage,
+                      what + " is a terminal; to be asked for the passphrase, do not name a source");
+    }
+    return read_line(fd, what).value_or(SecByteBlock());
+}
+
 SecByteBlock read_file(std::string const& path) {
-    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
         throw Failure(ExitUsage, "cannot open " + one_line(path) + ": " + std::strerror(errno));
     }
@@ -101,18 +110,26 @@ SecByteBlock read_file(std::string const& path) {
         int fd;
         ~Closer() { ::close(fd); }
     } const closer{fd};
-    return read_line(fd, one_line(path)).value_or(SecByteBlock());
+    return read_source(fd, one_line(path));
 }
 
+std::string name_of(int descriptor) { return "descriptor " + std::to_string(descriptor); }
+
 } // namespace
+
+void check_source(PassphraseSource const& source) {
+    if (source.descriptor >= 0 && ::fcntl(source.descriptor, F_GETFD) < 0) {
+        throw Failure(ExitUsage,
+                      "cannot read the passphrase: " + name_of(source.descriptor) + " is not open");
+    }
+}
 
 SecByteBlock get_passphrase(PassphraseSource const& source, bool is_new) {
     SecByteBlock passphrase;
     if (!source.file.empty()) {
         passphrase = read_file(source.file);
     } else if (source.descriptor >= 0) {
-        std::string const what = "descriptor " + std::to_string(source.descriptor);
-        passphrase = read_line(source.descriptor, what).value_or(SecByteBlock());
+        passphrase = read_source(source.descriptor, name_of(source.descriptor));
     } else {
         passphrase = ask(is_new);
     }
