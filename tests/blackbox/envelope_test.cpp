@@ -12,18 +12,16 @@ using CryptoPP::StringSource;
 TEST(Host, CatchesTheEnvelopesExceptionsByType) {
     std::string sealed;
     StringSource("text", true, new OrbuCommon::AESEncryptorWithMAC("secret", new StringSink(sealed)));
-    std::string opened;
-    StringSource(sealed, true, new OrbuCommon::AESDecryptorWithMAC("secret", new StringSink(opened)));
-    EXPECT_EQ(opened, "text");
     auto const open = [&](char const* passphrase) {
+        std::string opened;
         StringSource(sealed, true, new OrbuCommon::AESDecryptorWithMAC(passphrase, new StringSink(opened)));
+        return opened;
     };
+    EXPECT_EQ(open("secret"), "text");
     EXPECT_THROW(open("Secret"), OrbuCommon::AESDecryptor::KeyBadErr);
-    EXPECT_THROW(open("Secret"), OrbuCommon::AESDecryptor::Err);
     sealed[25] ^= 1;
     EXPECT_THROW(open("secret"), OrbuCommon::AESDecryptorWithMAC::MACBadErr);
-    sealed.pop_back();
-    EXPECT_THROW(open("secret"), CryptoPP::InvalidCiphertext);
+    EXPECT_THROW(open("secret"), OrbuCommon::AESDecryptor::Err);
     EXPECT_THROW(Orbusdk::CCryptUtil::Decrypt("", Orbusdk::CCryptUtil::CryptVersion1),
                  CryptoPP::InvalidCiphertext);
 }

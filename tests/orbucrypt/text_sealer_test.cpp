@@ -51,12 +51,9 @@ TEST(TextSealer, GivesTheKnownTextsAndTakesThemBack) {
     std::string const sealed = CCryptUtil::Encrypt(every, kVersion2);
     EXPECT_EQ(sealed.find('\n'), std::string::npos);
     EXPECT_EQ(CCryptUtil::Decrypt(sealed, kVersion2), every);
-}
-
-TEST(TextSealer, ThrowsForWhatItDidNotSeal) {
-    std::string const sealed = CCryptUtil::Encrypt("some text", kVersion1);
-    EXPECT_THROW(CCryptUtil::Decrypt(sealed, kVersion2), CryptoPP::InvalidCiphertext);
-    EXPECT_THROW(CCryptUtil::Decrypt(sealed.substr(4), kVersion1), CryptoPP::InvalidCiphertext);
+    std::string const other = CCryptUtil::Encrypt("some text", kVersion1);
+    EXPECT_THROW(CCryptUtil::Decrypt(other, kVersion2), CryptoPP::InvalidCiphertext);
+    EXPECT_THROW(CCryptUtil::Decrypt(other.substr(4), kVersion1), CryptoPP::InvalidCiphertext);
     EXPECT_THROW(CCryptUtil::Decrypt("", kVersion1), CryptoPP::InvalidCiphertext);
 }
 
