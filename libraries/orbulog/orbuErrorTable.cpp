@@ -2,15 +2,22 @@
 
 #include "orbuutil/ownersPrivate.h"
 
+#include <climits>
+#include <cstdint>
+#include <optional>
+
 #include <tinyxml2.h>
 
 using tinyxml2::XMLElement;
 
 namespace {
 
-bool isNumbered(XMLElement const* element, char const* attribute, int number) {
-    int value = 0;
-    return element->QueryIntAttribute(attribute, &value) == tinyxml2::XML_SUCCESS && value == number;
+// Read wider than what it is compared with, so that a number out of range is none and not another one.
+std::optional<int> numberOf(XMLElement const* element, char const* attribute) {
+    std::int64_t value = 0;
+    bool const read = element->QueryInt64Attribute(attribute, &value) == tinyxml2::XML_SUCCESS;
+    return read && value >= INT_MIN && value <= INT_MAX ? std::optional(static_cast<int>(value))
+                                                        : std::nullopt;
 }
 
 TStr textOf(XMLElement const* element) {
@@ -51,7 +58,7 @@ XMLElement const* OrbuErrorTable::firstTable(int vendor, char const* holding) co
         if (table->FindAttribute("VENDORID") == nullptr) {
             return nullptr;
         }
-        if (isNumbered(table, "VENDORID", vendor) &&
+        if (numberOf(table, "VENDORID") == vendor &&
             (holding == nullptr || table->FirstChildElement(holding) != nullptr)) {
             return table;
         }
@@ -72,7 +79,7 @@ TStr OrbuErrorTable::GetVendorErrorDescription(tinyxml2::XMLNode const* table, i
     XMLElement const* error = table != nullptr ? table->FirstChildElement("ERROR") : nullptr;
     for (; error != nullptr && error->FindAttribute("CODE") != nullptr;
          error = error->NextSiblingElement("ERROR")) {
-        if (isNumbered(error, "CODE", status)) {
+        if (numberOf(error, "CODE") == status) {
             return descriptionOf(error);
         }
     }
@@ -87,9 +94,8 @@ long OrbuErrorTable::ForEachError(int vendor,
     XMLElement const* error = table != nullptr ? table->FirstChildElement("ERROR") : nullptr;
     for (; error != nullptr && error->FindAttribute("CODE") != nullptr;
          error = error->NextSiblingElement("ERROR")) {
-        int status = 0;
-        if (error->QueryIntAttribute("CODE", &status) == tinyxml2::XML_SUCCESS) {
-            visit(status, descriptionOf(error), context);
+        if (std::optional<int> const status = numberOf(error, "CODE")) {
+            visit(*status, descriptionOf(error), context);
             ++count;
         }
     }

@@ -10,7 +10,7 @@ namespace {
 using ::testing::ElementsAre;
 
 constexpr char kTable[] = R"(<?xml version="1.0"?><ERRORTABLES>
-<TABLE VENDORID="x"><NAME>No number</NAME></TABLE>
+<TABLE VENDORID="x"><NAME>No number</NAME></TABLE><TABLE VENDORID="4294967303"><NAME>Too large</NAME></TABLE>
 <TABLE VENDORID="7"><ERROR CODE="12"><DESCRIPTION>Disk full</DESCRIPTION></ERROR><ERROR CODE="y"/>
   <ERROR CODE="13"/><ERROR CODE="14"><DESCRIPTION/></ERROR><ERROR CODE="12"><DESCRIPTION>again</DESCRIPTION></ERROR>
   <ERROR/><ERROR CODE="15"><DESCRIPTION>hidden</DESCRIPTION></ERROR></TABLE>
@@ -37,13 +37,12 @@ TEST_F(ErrorTable, FindsWords) {
         char const* words;
     } const cases[] = {
         {7, "Runtime", 12, "Disk full"}, // the name is in another table than the words
-        {7, "Runtime", 13, ""},
-        {7, "Runtime", 14, ""},
-        {7, "Runtime", 15, ""}, // behind an error
-                                // without number
-        {7, "Runtime", 16, ""}, // in a second table
+        {7, "Runtime", 13, ""},          // no words
+        {7, "Runtime", 14, ""},          // empty words
+        {7, "Runtime", 15, ""},          // behind an error without number
+        {7, "Runtime", 16, ""},          // in a second table
         {1, "Host", 12, "No connection"},
-        {8, "", 1, ""},
+        {8, "", 1, ""}, // behind a table without number
         {0, "", 0, ""},
         {-1, "", -1, ""},
     };
