@@ -52,6 +52,8 @@ class ExplainTest(LogVerbTest):
         self.orbu(*explain, "1", code=BAD_DATA, talk="is no XML")
         table.unlink()
         self.orbu(*explain, "1", code=FAILED, talk="cannot be read")
+        table.mkdir()
+        self.orbu(*explain, "1", code=FAILED, talk="cannot be read")
 
 
 class EntryTest(LogVerbTest):
@@ -175,8 +177,10 @@ class PerfTest(LogVerbTest):
 
     def test_standard_input(self):
         text = entry("01:00:00:0", "A.START") + entry("01:00:00:7", "A.END")
+        text += entry("01:00:01:0", "Öffnen.START") + entry("01:00:01:5", "Öffnen.END")
         output = self.orbu("perf", "-", input=text.encode())
-        self.assertIn("A      OrbuInt        1    7 ms  7 ms   7 ms   7 ms\n", output)
+        self.assertIn("A       OrbuInt        1    7 ms  7 ms   7 ms   7 ms\n", output)
+        self.assertIn("Öffnen  OrbuInt        1    5 ms  5 ms   5 ms   5 ms\n", output)
 
     def test_progress(self):
         # On a terminal a bar, which is taken away in the end.

@@ -1,6 +1,7 @@
 // orbu explain and orbu log: the words of the error table, and entries in the logs of a host.
 #include "attributes.h"
 #include "exitCodes.h"
+#include "freshFile.h"
 #include "orbulog/orbuDebugLog.h"
 #include "orbulog/orbuDebugLogger.h"
 #include "orbulog/orbuErrorTable.h"
@@ -83,7 +84,7 @@ int explain(Arguments const& arguments) {
     std::string const path = arguments.table.empty() ? default_table() : arguments.table;
     OrbuErrorTable table(path.c_str());
     if (!table.Load()) {
-        bool const there = std::ifstream(path).good();
+        bool const there = !is_special(path) && std::ifstream(path).good();
         throw Failure(there ? ExitBadData : ExitFailed,
                       "the error table " + one_line(path) + (there ? " is no XML" : " cannot be read"));
     }

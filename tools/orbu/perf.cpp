@@ -179,6 +179,12 @@ std::string as_json(PerfLog const& log) {
     return result.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + "\n";
 }
 
+// Bytes that follow the first of a character take no place of their own.
+size_t width_of(std::string const& text) {
+    return static_cast<size_t>(
+        std::count_if(text.begin(), text.end(), [](char byte) { return (byte & 0xC0) != 0x80; }));
+}
+
 // Columns of the width that they need; the first two hold names, the others figures.
 std::string as_table(PerfLog const& log) {
     std::vector<std::vector<std::string>> rows = {
@@ -192,14 +198,14 @@ std::string as_table(PerfLog const& log) {
     std::vector<size_t> widths(rows[0].size());
     for (auto const& row : rows) {
         for (size_t i = 0; i < row.size(); ++i) {
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], width_of(row[i]));
         }
     }
     std::string text;
     for (auto const& row : rows) {
         std::string line;
         for (size_t i = 0; i < row.size(); ++i) {
-            std::string const blanks(widths[i] - row[i].size(), ' ');
+            std::string const blanks(widths[i] - width_of(row[i]), ' ');
             line += (i == 0 ? "" : "  ") + (i < 2 ? row[i] + blanks : blanks + row[i]);
         }
         text += line.substr(0, line.find_last_not_of(' ') + 1) + "\n";

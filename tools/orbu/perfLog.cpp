@@ -21,7 +21,7 @@ constexpr Milliseconds kDay = 86400000;
 // Takes a decimal number of 1 to `most` digits off the front.
 bool take_number(std::string_view& from, size_t most, int& value) {
     auto const [end, error] = std::from_chars(from.data(), from.data() + std::min(from.size(), most), value);
-    if (error != std::errc() || value < 0) {
+    if (error != std::errc() || from[0] == '-') {
         return false;
     }
     from.remove_prefix(static_cast<size_t>(end - from.data()));

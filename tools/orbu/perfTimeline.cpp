@@ -168,11 +168,10 @@ void Timeline::add(std::string_view name, Bar const& bar) {
                 }));
             ++lanes_dropped_;
         }
-        lane = lanes_.emplace(name, Lane{bar.start, 0, 0, {}}).first;
+        lane = lanes_.emplace(name, Lane{bar.start, 0, {}}).first;
     }
     lane->second.first = std::min(lane->second.first, bar.start);
     lane->second.busy += static_cast<double>(bar.end - bar.start);
-    ++lane->second.spans;
 
     auto piece = [&] { return bar.start / width_; };
     auto range = [&] {
@@ -399,14 +398,13 @@ std::string Timeline::svg(std::string const& title, PerfLog const& log) const {
                 continue;
             }
             EventFigures const& event = events[bar.event];
-            std::string const name = event.name.empty() ? "(no name)" : event.name;
             add_format(out,
                        "<rect class=\"bar e%u\" x=\"%.1f\" y=\"%.1f\" width=\"%.1f\" height=\"%.0f\" "
                        "rx=\"2\"><title>",
                        colour[bar.event], left, top, wide, kBar);
-            out += xml(name) + ": " + duration_of(double(bar.end - bar.start)) + ", from " +
+            out += xml(event.name) + ": " + duration_of(double(bar.end - bar.start)) + ", from " +
                    time_text(bar.start, true).substr(11) + "</title></rect>\n";
-            std::string const label = fitted(name, wide - 8);
+            std::string const label = fitted(event.name, wide - 8);
             if (!label.empty()) {
                 add_text(out, left + 4, top + 10, "class=\"in\"", label);
             }

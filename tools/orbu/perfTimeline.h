@@ -26,7 +26,6 @@ private:
     struct Lane {
         Milliseconds first;
         double busy = 0;
-        std::uint64_t spans = 0;
         std::map<std::int64_t, Piece> pieces;
     };
     using Lanes = std::unordered_map<std::string, Lane>;
