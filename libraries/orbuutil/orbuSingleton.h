@@ -5,7 +5,9 @@
 // - After its destruction the next instance() makes a fresh one. One that is made while the hooks run gets
 //   none, and is never destroyed.
 // - For the library's own types the one pointer lives in the library (`extern template` beside the type). A
-//   host that uses a type of its own in several shared objects does the same in one of them.
+//   host that uses a type of its own in several shared objects does the same in one of them. GCC makes the
+//   pointer of a type that a shared object shows a unique symbol, which keeps that object, and with it this
+//   library, from being unloaded: hide the type, or compile with -fno-gnu-unique.
 // - T needs a default constructor; a T whose constructor is private names this class as friend. The
 //   constructor must not ask for its own instance. Threads: none but the one that makes the singletons.
 #pragma once

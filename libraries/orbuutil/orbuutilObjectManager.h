@@ -14,8 +14,7 @@
 //   whatever manager exists then. A library that was unloaded and is loaded again starts like the first time.
 // - Ownership: an entry holds its object without owning it; what its hook does is the registrar's choice.
 // - Threads: there is no lock anywhere in here. Managers and singletons are made on one thread, which is why
-// a
-//   host's entry point constructs COrbuIntSingletonOrder first.
+//   a host's entry point constructs COrbuIntSingletonOrder first.
 #pragma once
 
 #include "orbuutil/orbuExport.h"

@@ -1,4 +1,6 @@
 #include "orbuint/orbuintResHandler.h"
+#include "orbuint/orbuintSingletonOrder.h"
+#include "orbulog/orbuLogger.h"
 #include "orbuutil/orbuutilObjectManager.h"
 
 #include <gtest/gtest.h>
@@ -24,7 +26,9 @@ protected:
     }
 
     void write(const std::string& text) const { std::ofstream(folder + "/OrbuIntRes.xml") << text; }
-    bool load() const { return COrbuIntResHandler::instance()->loadResourceFile(folder.c_str()); }
+    static bool load(const std::string& from) {
+        return COrbuIntResHandler::instance()->loadResourceFile(from.c_str());
+    }
     static std::string text(const char* id) {
         const TStr found = COrbuIntResHandler::instance()->getString(id);
         return found.isNull() ? "(null)" : found.toUtf8();
@@ -46,47 +50,30 @@ TEST_F(Resources, AnswersById) {
   <STRING ID="none"><CAPTION>hidden by the first</CAPTION></STRING>
   <STRING><CAPTION>nameless</CAPTION></STRING>
   <ANYTHING ID="other"><CAPTION>any element counts</CAPTION></ANYTHING>
-  <STRING ID="&amp;&#xE9;"><CAPTION> caf)"
-          "\xC3\xA9"
-          R"( &amp; &lt;tea&gt;
+  <STRING ID="&amp;&#xE9;"><CAPTION> caf&#xE9; &amp; &lt;tea&gt;
  </CAPTION></STRING>
 </ORBUSTRINGTABLE>
 <ORBUSTRINGTABLE><STRING ID="second"><CAPTION>not read</CAPTION></STRING></ORBUSTRINGTABLE>)");
-    ASSERT_TRUE(load());
+    ASSERT_TRUE(load(folder + "/"));
     struct {
         const char *id, *text;
-    } const rows[] = {{"ok", "OK"},
-                      {"OK", ""},
-                      {"o", ""},
-                      {"twice", "the later one"},
-                      {"none", ""},
-                      {"", "nameless"},
-                      {"before", ""},
-                      {"other", "any element counts"},
-                      {"&\xC3\xA9", " caf\xC3\xA9 & <tea>\n "},
-                      {"second", ""}};
+    } const rows[] = {{"ok", "OK"},   {"OK", ""},
+                      {"o", ""},      {"twice", "the later one"},
+                      {"none", ""},   {"", "nameless"},
+                      {"before", ""}, {"other", "any element counts"},
+                      {"second", ""}, {"&\xC3\xA9", " caf\xC3\xA9 & <tea>\n "}};
     for (auto const& row : rows) {
         EXPECT_EQ(text(row.id), row.text) << row.id;
     }
-}
-
-TEST_F(Resources, LoadsOnce) {
-    COrbuIntResHandler* const handler = COrbuIntResHandler::instance();
-    EXPECT_EQ(COrbuUtilSingleton<COrbuIntResHandler>::instance(), handler);
-    write("<ORBUSTRINGTABLE><STRING ID='a'><CAPTION>A</CAPTION></STRING></ORBUSTRINGTABLE>");
-    EXPECT_FALSE(handler->loadResourceFile(""));
-    EXPECT_FALSE(handler->loadResourceFile(TStr::null));
-    EXPECT_FALSE(handler->loadResourceFile((folder + "/missing").c_str()));
-    EXPECT_TRUE(handler->loadResourceFile((folder + "/").c_str()));
-    EXPECT_TRUE(handler->loadResourceFile("/nowhere"));
-    EXPECT_TRUE(handler->loadResourceFile(""));
-    EXPECT_EQ(text("a"), "A");
+    EXPECT_TRUE(load("/nowhere")); // that file stays
+    EXPECT_EQ(text("ok"), "OK");
     COrbuUtilObjectManagerManager::cleanup();
-    EXPECT_EQ(text("a"), ""); // another handler
-    EXPECT_TRUE(load());
+    EXPECT_EQ(text("ok"), ""); // another handler
 }
 
 TEST_F(Resources, TriesAgainAfterAFileThatDoesNotLoad) {
+    EXPECT_FALSE(load(""));
+    EXPECT_FALSE(load(folder)); // there is no file
     std::string deep;
     for (int i = 0; i < 100000; ++i) {
         deep += "<a>";
@@ -95,17 +82,27 @@ TEST_F(Resources, TriesAgainAfterAFileThatDoesNotLoad) {
          {std::string(), std::string("<ORBUSTRINGTABLE><STRING ID='a'><CAPTION>A</CAP"),
           std::string("no xml"), std::string("\0\0\0", 3), deep}) {
         write(bad);
-        EXPECT_FALSE(load()) << bad.substr(0, 40);
+        EXPECT_FALSE(load(folder)) << bad.substr(0, 40);
         EXPECT_EQ(text("a"), "");
     }
     std::filesystem::remove(folder + "/OrbuIntRes.xml");
     std::filesystem::create_directory(folder + "/OrbuIntRes.xml");
-    EXPECT_FALSE(load());
+    EXPECT_FALSE(load(folder));
     std::filesystem::remove(folder + "/OrbuIntRes.xml");
 
     write("<WRONG><STRING ID='a'><CAPTION>A</CAPTION></STRING></WRONG>"); // well-formed: that is the file now
-    EXPECT_TRUE(load());
+    EXPECT_TRUE(load(folder));
     EXPECT_EQ(text("a"), "");
+}
+
+TEST(SingletonOrder, DestroysTheLogBeforeTheStringResources) {
+    COrbuUtilObjectManagerManager::cleanup();
+    COrbuIntSingletonOrder();
+    COrbuIntSingletonOrder(); // a second one finds them made
+    const auto* entry = COrbuUtilObjectManager::instance()->exit_info.registered_objects;
+    EXPECT_EQ(entry->object, COrbuUtilSingleton<OrbuLogger>::singleton_);
+    EXPECT_EQ(entry->next->object, COrbuUtilSingleton<COrbuIntResHandler>::singleton_);
+    EXPECT_EQ(entry->next->next->next, nullptr);
 }
 
 } // namespace
