@@ -3,7 +3,6 @@
 #include "orbuint/orbuintResHandler.h"
 #include "orbuint/orbuintSingletonOrder.h"
 #include "orbulog/orbuLogger.h"
-#include "orbuutil/c_daemon.h"
 #include "orbuutil/orbuSingleton.h"
 #include "orbuutil/tstr.h"
 #include "orbuutil/ttimer.h"
@@ -49,5 +48,3 @@ extern "C" ORBU_EXPORT void lifetime_start(void (*listener)(const char*)) {
 }
 
 extern "C" ORBU_EXPORT void lifetime_teardown() { COrbuUtilObjectManagerManager::cleanup(); }
-
-extern "C" ORBU_EXPORT void lifetime_leave_without_hooks() { exit_no_hooks(1); }
