@@ -32,15 +32,19 @@ std::vector<std::string> entries_backward(std::string const& folder) {
 std::string find_below(std::string const& root, std::string const& name) {
     std::vector<std::string> pending = {root};
     while (!pending.empty()) {
-        std::string const at = std::move(pending.back());
+        std::string at = std::move(pending.back());
         pending.pop_back();
         struct stat found = {};
         if (::lstat(at.c_str(), &found) != 0) {
             continue;
         }
         if (S_ISDIR(found.st_mode)) {
-            for (std::string const& entry : entries_backward(at)) {
-                pending.push_back(at + (at.back() == '/' ? "" : "/") + entry);
+            std::vector<std::string> const entries = entries_backward(at);
+            if (at.back() != '/') {
+                at += '/';
+            }
+            for (std::string const& entry : entries) {
+                pending.push_back(at + entry);
             }
         } else if (at.compare(at.rfind('/') + 1, at.npos, name) == 0) {
             return at;
@@ -52,6 +56,9 @@ std::string find_below(std::string const& root, std::string const& name) {
 } // namespace
 
 std::string OrbuMacFileSystem::searchDylibInsideBundle(const char* name) {
-    std::string const root = name != nullptr ? private_platform_bundle_path() : "";
+    if (name == nullptr) {
+        return "";
+    }
+    std::string const root = private_platform_bundle_path();
     return root.empty() ? "" : find_below(root, name);
 }

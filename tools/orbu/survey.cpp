@@ -35,7 +35,7 @@ public:
     std::string take() {
         std::fflush(stream_);
         std::string const all(text_, size_);
-        std::string const fresh = all.substr(taken_);
+        std::string fresh = all.substr(taken_);
         taken_ = all.size();
         return fresh;
     }
