@@ -50,6 +50,10 @@ long pleaseWaitDialog(QMXPipeSession* session, QMXPipePacket* request, QMXPipePa
     return deskOf(request).setWaiting(textOf(request, "waiting") == "True", session, request);
 }
 
+long presenterKind(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket*) {
+    return deskOf(request).tellPresenter(session, request);
+}
+
 bool isGone(QMXPipeSession const& session) { return session.conduit() == nullptr; }
 
 bool wantsNoAnswer(QMXPipePacket const& request) { return request.synchronicity() == QMXPipe::Asynchronous; }
@@ -65,11 +69,19 @@ long DialogFacility::dispatch(QMXPipeSession* session, QMXPipePacket* request) {
     return QMXPipeFacility::dispatch(session, request);
 }
 
+DialogDesk::Request::Request(QMXPipeSession* from, QMXPipePacket const& asked)
+    : session(from), packet(new QMXPipePacket(asked)) {
+    from->retain();
+}
+
+bool DialogDesk::Request::isGone() const { return ::isGone(*session); }
+
 DialogDesk::DialogDesk(Presenter& presenter)
     : presenter_(presenter), orbu_("orbu", *this), qmx_("qmx", *this) {
     orbu_.registerFunction(TStr("ErrorDialog"), errorDialog);
     orbu_.registerFunction(TStr("PleaseWaitDialog"), pleaseWaitDialog);
     qmx_.registerFunction(TStr("MessageBox"), messageBox);
+    qmx_.registerFunction(TStr("Presenter"), presenterKind);
     QMXPipeConduit::registerFacility(&orbu_);
     QMXPipeConduit::registerFacility(&qmx_);
 }
@@ -80,15 +92,18 @@ DialogDesk::~DialogDesk() {
     for (auto const& [id, dialog] : open_) {
         presenter_.close(id);
     }
-    changeWaits(-waitCount_);
+    changeWaits(-waitCount_, true);
 }
 
 long DialogDesk::open(Dialog const& dialog, QMXPipeSession* session, QMXPipePacket* request) {
     DialogId const id = ++lastId_;
-    session->retain();
-    open_[id] = {dialog.kind, Retained<QMXPipeSession>(session),
-                 Retained<QMXPipePacket>(new QMXPipePacket(*request))};
+    open_.emplace(id, Open{dialog.kind, Request(session, *request)});
     presenter_.open(id, dialog);
+    return HandlerHandled;
+}
+
+long DialogDesk::tellPresenter(QMXPipeSession* session, QMXPipePacket* request) {
+    questions_.emplace_back(session, *request);
     return HandlerHandled;
 }
 
@@ -101,36 +116,31 @@ long DialogDesk::setWaiting(bool waiting, QMXPipeSession* session, QMXPipePacket
     if (waiting) {
         locale_ = textOf(request, "locale");
         ++waits.count;
-        changeWaits(1);
+        changeWaits(1, false);
     } else if (waits.count > 0) {
         --waits.count;
-        changeWaits(-1);
+        changeWaits(-1, false);
     }
     return wantsNoAnswer(*request) ? HandlerHandled : HandlerDone;
 }
 
-void DialogDesk::changeWaits(long by) {
+void DialogDesk::changeWaits(long by, bool atOnce) {
     if (by != 0) {
         waitCount_ += by;
-        presenter_.setWaiting(waitCount_, locale_);
+        presenter_.setWaiting(waitCount_, locale_, atOnce);
     }
 }
 
-void DialogDesk::answer(Open const& dialog, long button) {
-    if (wantsNoAnswer(*dialog.request) || isGone(*dialog.session)) {
-        return;
+void DialogDesk::answer(Request const& request, QMXPipePacket& response) const {
+    if (!wantsNoAnswer(*request.packet) && !request.isGone()) {
+        response.setAttribute(TStr("RSCD"), 0L);
+        QMXPipeFacility::sendResponse(request.session.get(), request.packet.get(), &response);
     }
-    QMXPipePacket response(QMXPipe::SynchronicityDefault);
-    if (dialog.kind == Dialog::Kind::MessageBox) {
-        response.setAttribute(TStr("selected_button"), button);
-    }
-    response.setAttribute(TStr("RSCD"), 0L);
-    QMXPipeFacility::sendResponse(dialog.session.get(), dialog.request.get(), &response);
 }
 
 void DialogDesk::dispatch() {
     for (auto entry = open_.begin(); entry != open_.end();) {
-        if (isGone(*entry->second.session)) {
+        if (entry->second.request.isGone()) {
             presenter_.close(entry->first);
             entry = open_.erase(entry);
         } else {
@@ -141,7 +151,7 @@ void DialogDesk::dispatch() {
         if (isGone(*entry->second.session)) {
             long const count = entry->second.count;
             entry = waits_.erase(entry);
-            changeWaits(-count);
+            changeWaits(-count, true);
         } else {
             ++entry;
         }
@@ -149,8 +159,21 @@ void DialogDesk::dispatch() {
     for (Answer const& given : presenter_.dispatch()) {
         auto const entry = open_.find(given.id);
         if (entry != open_.end()) {
-            answer(entry->second, given.button);
+            QMXPipePacket response(QMXPipe::SynchronicityDefault);
+            if (entry->second.kind == Dialog::Kind::MessageBox) {
+                response.setAttribute(TStr("selected_button"), given.button);
+            }
+            answer(entry->second.request, response);
             open_.erase(entry);
         }
+    }
+    std::string const kind = presenter_.kind();
+    if (!kind.empty()) {
+        for (Request const& question : questions_) {
+            QMXPipePacket response(QMXPipe::SynchronicityDefault);
+            response.setAttribute(TStr("presenter"), TStr(kind.c_str()));
+            answer(question, response);
+        }
+        questions_.clear();
     }
 }

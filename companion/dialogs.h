@@ -3,6 +3,7 @@
 //   orbu.ErrorDialog       answered when the dialog is closed
 //   orbu.PleaseWaitDialog  "waiting" is "True" or "False"; waits nest, and end with their client
 //   qmx.MessageBox         answered with "selected_button"
+//   qmx.Presenter          answered with "presenter", what shows the dialogs, as soon as that is known
 //
 // A handler opens its dialog and returns, so that nobody waits for somebody else's dialog; the reply is sent
 // when the answer is there. An asynchronous request is served and never answered.
@@ -10,6 +11,7 @@
 
 #include <map>
 #include <memory>
+#include <vector>
 
 #include "presenter.h"
 #include "qmx/qmxPipeFacility.h"
@@ -53,29 +55,39 @@ public:
     // Begins or ends a wait of a session; the result is a handler's.
     long setWaiting(bool waiting, QMXPipeSession* session, QMXPipePacket* request);
 
+    // Answers what shows the dialogs; the result is a handler's.
+    long tellPresenter(QMXPipeSession* session, QMXPipePacket* request);
+
     // Takes away what belongs to clients that have gone, then sends the answers that are due.
     void dispatch();
 
 private:
+    struct Request {
+        Request(QMXPipeSession* from, QMXPipePacket const& packet);
+        bool isGone() const;
+
+        Retained<QMXPipeSession> session;
+        Retained<QMXPipePacket> packet;
+    };
     struct Open {
         Dialog::Kind kind;
-        Retained<QMXPipeSession> session;
-        Retained<QMXPipePacket> request;
+        Request request;
     };
     struct Waits {
         Retained<QMXPipeSession> session;
         long count = 0;
     };
 
-    void answer(Open const& dialog, long button);
-    void changeWaits(long by);
+    void answer(Request const& request, QMXPipePacket& response) const;
+    void changeWaits(long by, bool atOnce);
 
     Presenter& presenter_;
     DialogFacility orbu_;
     DialogFacility qmx_;
     DialogId lastId_ = 0;
     std::map<DialogId, Open> open_;
-    std::map<long, Waits> waits_; // by session id
+    std::vector<Request> questions_; // after the presenter, while it is not known
+    std::map<long, Waits> waits_;    // by session id
     long waitCount_ = 0;
     std::string locale_; // of the latest wait
 };

@@ -106,7 +106,7 @@ void HeadlessPresenter::open(DialogId id, Dialog const& dialog) {
 
 void HeadlessPresenter::close(DialogId id) { pending_.erase(id); }
 
-void HeadlessPresenter::setWaiting(long count, std::string const&) {
+void HeadlessPresenter::setWaiting(long count, std::string const&, bool) {
     QMXBase::logDebug(TStr("waiting: %1").arg(count));
 }
 

@@ -29,9 +29,10 @@ class HeadlessPresenter : public Presenter {
 public:
     HeadlessPresenter(std::string const& rules, std::string rulesFile);
 
+    std::string kind() const override { return rulesFile_.empty() && rules_.empty() ? "none" : "rules"; }
     void open(DialogId id, Dialog const& dialog) override;
     void close(DialogId id) override;
-    void setWaiting(long count, std::string const& locale) override;
+    void setWaiting(long count, std::string const& locale, bool atOnce) override;
     void prepare(std::vector<pollfd>& descriptors, Milliseconds& timeout) override;
     std::vector<Answer> dispatch() override;
 

@@ -1,8 +1,9 @@
 // What shows the dialogs. The server hands requests over and goes on serving; answers come back when they are
 // due.
 //
-// A presenter has no thread. The server's loop waits for it: prepare() says for what and how long, dispatch()
-// does what is due then. open(), close() and the rest return at once and never answer by themselves.
+// All calls come from the server's thread. Its loop waits for the presenter: prepare() says for what and how
+// long, dispatch() does what is due then. open(), close() and the rest return at once and never answer by
+// themselves.
 #pragma once
 
 #include <chrono>
@@ -36,13 +37,22 @@ class Presenter {
 public:
     virtual ~Presenter() = default;
 
+    // The server has its role: what takes long begins here, and on the side.
+    virtual void start() {}
+    // Takes everything away. False: a part of it cannot be ended, so the process must leave by _exit(2).
+    virtual bool stop() { return true; }
+    // "windows", "rules", or "none" when nobody sees the dialogs; empty while that is not known yet.
+    virtual std::string kind() const = 0;
+    // Whether it can show nothing any more; then the server ends.
+    virtual bool hasFailed() const { return false; }
+
     // Shows a dialog; its answer comes out of a later dispatch(), unless close() comes first.
     virtual void open(DialogId id, Dialog const& dialog) = 0;
     // Takes a dialog away: nobody is left to answer to. An unknown id is ignored.
     virtual void close(DialogId id) = 0;
     // Shows the wait dialog when `count`, the number of waits under way, leaves 0, and takes it away when it
-    // is 0 again.
-    virtual void setWaiting(long count, std::string const& locale) = 0;
+    // is 0 again; `atOnce` when it is because the client has gone.
+    virtual void setWaiting(long count, std::string const& locale, bool atOnce) = 0;
 
     // Adds the descriptors to wait for, and lowers `timeout` (negative: for ever) to the time that is left.
     virtual void prepare(std::vector<pollfd>& descriptors, Milliseconds& timeout) = 0;

@@ -2,6 +2,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <memory>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -9,6 +10,7 @@
 #include "qmx/qmxBase.h"
 #include "serverLoop.h"
 #include "settings.h"
+#include "windowsPresenter.h"
 
 namespace {
 
@@ -27,6 +29,22 @@ int signalDescriptor() {
 void writeToLog(QMXLogLevel level, TStr const& message, void* context) {
     ::dprintf(*static_cast<int*>(context), "%d %s %s\n", getpid(), level == QMXLogError ? "error" : "debug",
               message.toUtf8());
+}
+
+std::unique_ptr<Presenter> makePresenter(Settings const& settings) {
+    auto headless = std::make_unique<HeadlessPresenter>(settings.answers, settings.answersFile);
+    switch (settings.shows) {
+    case Shows::Headless:
+        return headless;
+    case Shows::Windows:
+        return std::make_unique<WindowsPresenter>(nullptr);
+    case Shows::Auto:
+        break;
+    }
+    if (!settings.display || headless->kind() == "rules") {
+        return headless;
+    }
+    return std::make_unique<WindowsPresenter>(std::move(headless));
 }
 
 } // namespace
@@ -53,12 +71,15 @@ int main(int argc, char** argv) {
         log = ::open(settings->log.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
         QMXBase::setLogSink(writeToLog, &log);
     }
-    HeadlessPresenter presenter(settings->answers, settings->answersFile);
-    ServerLoop server(*settings, presenter, signalDescriptor());
+    std::unique_ptr<Presenter> const presenter = makePresenter(*settings);
+    ServerLoop server(*settings, *presenter, signalDescriptor());
     int const code = server.run();
     if (code == ExitNoRole) {
         std::fprintf(stderr, "QMX: another server has the prefix %s, or it cannot be used\n",
                      settings->prefix.c_str());
+    }
+    if (!presenter->stop()) {
+        ::_exit(code);
     }
     QMXBase::setLogSink(nullptr, nullptr);
     return code;

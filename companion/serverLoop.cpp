@@ -50,6 +50,7 @@ int ServerLoop::run() {
         return ExitNoRole;
     }
     desk_ = std::make_unique<DialogDesk>(presenter_);
+    presenter_.start();
     for (;;) {
         bool const more = serve();
         End const reason = reasonToEnd();
@@ -58,7 +59,7 @@ int ServerLoop::run() {
             return ExitNoRole;
         }
         if (reason != End::No && finish(reason)) {
-            return ExitDone;
+            return reason == End::NoDisplay ? ExitNoDisplay : ExitDone;
         }
         wait(more);
     }
@@ -124,6 +125,9 @@ void ServerLoop::forgetClients() {
 ServerLoop::End ServerLoop::reasonToEnd() {
     if (signalled() || (host_ != 0 && hosts_.isGone(0))) {
         return End::Now;
+    }
+    if (presenter_.hasFailed()) {
+        return End::NoDisplay;
     }
     if (filesChanged()) {
         std::ifstream idFile(settings_.prefix + "/.serverpid");

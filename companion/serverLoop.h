@@ -17,7 +17,7 @@
 class QMXPipeNamedConduit;
 
 // Exit codes of the server, as its usage text tells them.
-enum ExitCode { ExitDone = 0, ExitUsage = 2, ExitNoRole = 3 };
+enum ExitCode { ExitDone = 0, ExitUsage = 2, ExitNoRole = 3, ExitNoDisplay = 4 };
 
 // The process id that closes a prefix whose last component is "QMX" and a number; 0 for every other prefix.
 pid_t hostOf(std::string const& prefix);
@@ -36,7 +36,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    enum class End { No, Idle, Lost, Now };
+    enum class End { No, Idle, Lost, NoDisplay, Now };
 
     bool takeRole();
     // Handles what is there, up to a limit; true when there may be more.

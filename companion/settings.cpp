@@ -13,8 +13,13 @@ everything in the environment:
   PROCESS_ARGUMENTS      the prefix: the directory of the server's FIFOs, as it stands
   ORBU_QMX_IDLE          how long to stay with no client: 500ms, 20s, 2min or never (default: 30s)
   ORBU_QMX_LOG           file to which the messages of the transport are appended (default: none)
+  ORBU_QMX_PRESENTER     what shows the dialogs: windows, headless, or auto (the default), see below
   ORBU_QMX_ANSWERS       how dialogs are answered without a display: rules, separated by semicolons or line ends
   ORBU_QMX_ANSWERS_FILE  file with such rules, read anew for each dialog; they come before the others
+
+With auto, dialogs are windows when there is a display (WAYLAND_DISPLAY or DISPLAY) that can be opened, and no rules are
+set; otherwise they are answered as the rules say. With windows, a server that has no display ends. The windows come from
+PlugIns/windows.so in the bundle; they are drawn by GTK's cairo renderer unless GSK_RENDERER says otherwise.
 
 A rule is a line of words. The first rule that fits a dialog is taken; where none fits, the button with the focus is
 pressed at once.
@@ -29,9 +34,11 @@ pressed at once.
   ORBU_QMX_ANSWERS='for=MessageBox after=200ms button=1; never'
 
 The server ends in an orderly way on SIGTERM, SIGINT or SIGHUP, when its host is gone (the process whose id closes a
-prefix like /var/tmp/QMX4242; other prefixes have no host), and when it has had no client for a while.
+prefix like /var/tmp/QMX4242; other prefixes have no host), when it has had no client for a while, and when the display
+that it shows windows on goes away.
 
-Exit codes: 0 ended in an orderly way, 2 usage, 3 another server has the prefix, or it cannot be used.
+Exit codes: 0 ended in an orderly way, 2 usage, 3 another server has the prefix, or it cannot be used, 4 the display went
+away, or there is none to show windows on; everything else was ended in an orderly way then, too.
 )";
 
 std::optional<long> parseNumber(std::string const& text) {
@@ -73,6 +80,17 @@ std::optional<Settings> readSettings() {
     settings.log = variable("ORBU_QMX_LOG");
     if (settings.prefix.empty()) {
         std::fputs("QMX: no prefix: PROCESS_ARGUMENTS is not set (see QMX --help)\n", stderr);
+        return std::nullopt;
+    }
+    settings.display = !variable("WAYLAND_DISPLAY").empty() || !variable("DISPLAY").empty();
+    std::string const shows = variable("ORBU_QMX_PRESENTER", "auto");
+    if (shows == "windows") {
+        settings.shows = Shows::Windows;
+    } else if (shows == "headless") {
+        settings.shows = Shows::Headless;
+    } else if (shows != "auto") {
+        std::fprintf(stderr, "QMX: ORBU_QMX_PRESENTER: \"%s\" is none of auto, windows, headless\n",
+                     shows.c_str());
         return std::nullopt;
     }
     std::string const idle = variable("ORBU_QMX_IDLE", "30s");

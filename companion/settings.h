@@ -7,12 +7,17 @@
 
 #include "presenter.h"
 
+// ORBU_QMX_PRESENTER
+enum class Shows { Auto, Windows, Headless };
+
 struct Settings {
     std::string prefix;      // PROCESS_ARGUMENTS, as it stands
     Milliseconds idle{0};    // ORBU_QMX_IDLE; negative: for ever
     std::string answers;     // ORBU_QMX_ANSWERS
     std::string answersFile; // ORBU_QMX_ANSWERS_FILE
     std::string log;         // ORBU_QMX_LOG
+    Shows shows = Shows::Auto;
+    bool display = false; // WAYLAND_DISPLAY or DISPLAY is there
 };
 
 extern char const* const usageText;

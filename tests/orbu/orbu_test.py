@@ -118,7 +118,7 @@ class CompanionTest(OrbuTest):
         first = server_pid(self.prefix)
         self.assertEqual(self.orbu("list").stdout, "qmx\norbu\n")
         self.assertEqual(json.loads(self.orbu("list", "--json").stdout), ["qmx", "orbu"])
-        self.assertEqual(self.orbu("introspect", "qmx").stdout, "MessageBox\n")
+        self.assertEqual(self.orbu("introspect", "qmx").stdout, "Presenter\nMessageBox\n")
         self.assertIn("cndCnct\n", self.orbu("introspect", "system").stdout)
         self.assertEqual(self.orbu("introspect", "nosuch", code=NEGATIVE).stdout, "")
         self.assertEqual(self.orbu("call", "system.index", "--json").stdout.splitlines()[1], '  "RCOD": "index",')

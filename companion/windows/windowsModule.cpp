@@ -1,0 +1,53 @@
+// The module of windows: opens the display and runs the toolkit's main loop for as long as the bridge wants.
+#include <glib-unix.h>
+#include <gtkmm.h>
+#include <gtkmm/init.h>
+
+#include "windowBridge.h"
+#include "windowDesk.h"
+
+namespace {
+
+void serve(WindowCommand const& command, WindowDesk& desk, Glib::MainLoop& loop) {
+    switch (command.kind) {
+    case WindowCommand::Kind::Open:
+        desk.open(command.id, command.dialog);
+        break;
+    case WindowCommand::Kind::Close:
+        desk.close(command.id);
+        break;
+    case WindowCommand::Kind::Wait:
+        desk.setWaiting(command.waits, command.locale, command.atOnce);
+        break;
+    case WindowCommand::Kind::Quit:
+        loop.quit();
+        break;
+    }
+}
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) int qmx_windows_run(WindowBridge& bridge) {
+    // The locale is one for the whole process, and the server's thread reads and writes numbers in "C".
+    gtk_disable_setlocale();
+    if (gtk_init_check() == FALSE) {
+        return 0;
+    }
+    Glib::init();
+    Gio::init();
+    Gtk::init_gtkmm_internals();
+    bridge.showing();
+
+    WindowDesk desk([&bridge](DialogId id, long button) { bridge.answered(id, button); }, bridge.folders());
+    auto const loop = Glib::MainLoop::create();
+    auto const commands = Glib::signal_io().connect(
+        [&](Glib::IOCondition) {
+            for (WindowCommand const& command : bridge.take()) {
+                serve(command, desk, *loop.get());
+            }
+            return true;
+        },
+        bridge.descriptor(), Glib::IOCondition::IO_IN);
+    loop->run();
+    return 1;
+}
