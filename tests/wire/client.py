@@ -79,7 +79,7 @@ CONVERSATION = [
     ("orbu.ErrorDialog", {"title": "Disk full"}, "orbu.RESP", "RCOD=hErrorDialog;RSCD=d0"),
     ("qmx.MessageBox", {"button_0": "A", "focus_button_index": 1}, "qmx.RESP",
      "RCOD=hMessageBox;selected_button=d1;RSCD=d0"),
-    ("qmx.Presenter", {}, "qmx.RESP", "presenter=hnone;RCOD=hPresenter;RSCD=d0"),
+    ("qmx.Presenter", {}, "qmx.RESP", "presenter=hrules;RCOD=hPresenter;RSCD=d0"),
     ("orbu.ErrorDialog", {"title": "nobody waits"}, None, ASYNCHRONOUS),
     ("orbu.PleaseWaitDialog", {"waiting": "False"}, None, ASYNCHRONOUS),
     ("orbu.index", {}, None, ASYNCHRONOUS),
