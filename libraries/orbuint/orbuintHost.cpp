@@ -1,0 +1,56 @@
+#include "orbuint/orbuintHost.h"
+
+#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/orbuintErrorPrivate.h"
+#include "orbuint/orbuintResHandler.h"
+#include "orbuint/orbuintSingletonOrder.h"
+#include "orbulog/orbuLogger.h"
+#include "orbuutil/orbuUtil.h"
+
+constinit COrbuIntHost* COrbuIntHost::sInstance = nullptr;
+
+int COrbuIntHost::initialize(TStr const& locale, AppMsgCallback errorTexts, TStr const& logFile) {
+    COrbuIntSingletonOrder const order;
+    OrbuLogger::instance_m()->setLogFileName(logFile);
+    if (sInstance == nullptr) {
+        auto* const made = new COrbuIntHost;
+        if (COrbuUtilObjectManager::at_exit(made, nullptr) != 0) {
+            delete made;
+            return OrbuIntRefused;
+        }
+        sInstance = made;
+    }
+    sInstance->mLocale = locale.isEmpty() ? TStr("") : locale;
+    sInstance->mAppMsgCB = errorTexts;
+
+    TStr const folder =
+        OrbuUtil::getOrbuFileLocation(OrbuUtil::CommonLocalizedData, OrbuUtil::getOrbuLocaleDir(locale));
+    if (!COrbuIntResHandler::instance()->loadResourceFile(folder)) {
+        private_log_int_error(Orbu::VendorOrbuInt, OrbuIntNoResources, "orbuintHost", __LINE__);
+        return OrbuIntNoResources;
+    }
+    return OrbuIntDone;
+}
+
+void COrbuIntHost::shutdown() { COrbuUtilObjectManagerManager::cleanup(); }
+
+COrbuIntHost* COrbuIntHost::instance() { return sInstance; }
+
+COrbuIntHost::~COrbuIntHost() {
+    if (sInstance == this) {
+        sInstance = nullptr;
+        COrbuIntWaitDialog::disconnect();
+    }
+}
+
+int COrbuIntHost::setAppProcessEventsCallback(ProcessEventsCallback callback, void* context) {
+    mProcessEventsCallback = callback;
+    mProcessEventsContext = context;
+    return OrbuIntDone;
+}
+
+int COrbuIntHost::setOrBUDialogDisplayCallback(DialogDisplayCallback callback, long context) {
+    mDialogDisplayCallback = callback;
+    mDialogDisplayContext = context;
+    return OrbuIntDone;
+}
