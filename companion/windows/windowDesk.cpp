@@ -1,39 +1,57 @@
 #include "windowDesk.h"
 
+#include <glibmm/main.h>
 #include <utility>
 
+#include "errorWindow.h"
+#include "messageWindow.h"
+#include "widgets.h"
+
 WindowDesk::WindowDesk(Answered answered, std::vector<std::string> folders)
-    : answered_(std::move(answered)), folders_(std::move(folders)) {}
-
-WindowDesk::~WindowDesk() = default;
-
-void WindowDesk::open(DialogId id, Dialog const& dialog) {
-    auto window = std::make_unique<Gtk::Window>();
-    auto* const box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, 12);
-    box->append(*Gtk::make_managed<Gtk::Label>(dialog.title));
-    std::vector<std::string> const labels =
-        dialog.buttons.empty() ? std::vector<std::string>{"OK"} : dialog.buttons;
-    for (size_t i = 0; i < labels.size(); ++i) {
-        auto* const button = Gtk::make_managed<Gtk::Button>(labels[i]);
-        button->signal_clicked().connect([this, id, i] {
-            answered_(id, static_cast<long>(i));
-            Glib::signal_idle().connect_once([this, id] { close(id); });
-        });
-        box->append(*button);
-    }
-    window->set_title(dialog.caption);
-    window->set_child(*box);
-    window->present();
-    windows_[id] = std::move(window);
+    : answered_(std::move(answered)), texts_(std::move(folders)), wait_(texts_) {
+    loadStyle();
 }
 
-void WindowDesk::close(DialogId id) { windows_.erase(id); }
+WindowDesk::~WindowDesk() { clearing_.disconnect(); }
 
-void WindowDesk::setWaiting(long count, std::string const&, bool) {
-    if (count == 0) {
-        wait_.reset();
-    } else if (!wait_) {
-        wait_ = std::make_unique<Gtk::Window>();
-        wait_->present();
+void WindowDesk::open(DialogId id, Dialog const& dialog) {
+    auto const answered = [this, id](long button) { answer(id, button); };
+    close(id);
+    auto& window = windows_[id];
+    if (dialog.kind == Dialog::Kind::Error) {
+        window = std::make_unique<ErrorWindow>(dialog, texts_, answered);
+    } else {
+        window = std::make_unique<MessageWindow>(dialog, texts_, answered);
+    }
+    window->present();
+}
+
+void WindowDesk::close(DialogId id) {
+    auto const entry = windows_.find(id);
+    if (entry != windows_.end()) {
+        discard(std::move(entry->second));
+        windows_.erase(entry);
+    }
+}
+
+void WindowDesk::setWaiting(long count, std::string const& locale, bool atOnce) {
+    wait_.setWaiting(count, locale, atOnce);
+}
+
+void WindowDesk::answer(DialogId id, long button) {
+    close(id);
+    answered_(id, button);
+}
+
+void WindowDesk::discard(std::unique_ptr<DialogWindow> window) {
+    window->dismiss();
+    discarded_.push_back(std::move(window));
+    if (!clearing_.connected()) {
+        clearing_ = Glib::signal_idle().connect(
+            [this] {
+                discarded_.clear();
+                return false;
+            },
+            Glib::PRIORITY_DEFAULT);
     }
 }

@@ -1,8 +1,7 @@
 // The module of windows: opens the display and runs the toolkit's main loop for as long as the bridge wants.
-#include <glib-unix.h>
-#include <gtkmm.h>
-#include <gtkmm/init.h>
+#include <glibmm/main.h>
 
+#include "toolkit.h"
 #include "windowBridge.h"
 #include "windowDesk.h"
 
@@ -28,14 +27,9 @@ void serve(WindowCommand const& command, WindowDesk& desk, Glib::MainLoop& loop)
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) int qmx_windows_run(WindowBridge& bridge) {
-    // The locale is one for the whole process, and the server's thread reads and writes numbers in "C".
-    gtk_disable_setlocale();
-    if (gtk_init_check() == FALSE) {
+    if (!startToolkit()) {
         return 0;
     }
-    Glib::init();
-    Gio::init();
-    Gtk::init_gtkmm_internals();
     bridge.showing();
 
     WindowDesk desk([&bridge](DialogId id, long button) { bridge.answered(id, button); }, bridge.folders());

@@ -1,0 +1,14 @@
+// Texts from outside, made fit to be shown. They may be anything: no UTF-8, many megabytes, one endless line.
+#pragma once
+
+#include <cstddef>
+#include <string>
+
+// `text` as valid UTF-8: each byte that is none becomes U+FFFD.
+std::string validText(std::string const& text);
+
+// At most `characters` of it, with "…" behind what was cut.
+std::string shortText(std::string const& text, std::size_t characters);
+
+// The same on one line: control characters become blanks. For a caption, or the label of a button.
+std::string oneLine(std::string const& text, std::size_t characters);

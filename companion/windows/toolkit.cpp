@@ -1,0 +1,17 @@
+#include "toolkit.h"
+
+#include <giomm/init.h>
+#include <glibmm/init.h>
+#include <gtk/gtk.h>
+#include <gtkmm/init.h>
+
+bool startToolkit() {
+    gtk_disable_setlocale();
+    if (!gtk_init_check()) {
+        return false;
+    }
+    Glib::init();
+    Gio::init();
+    Gtk::init_gtkmm_internals();
+    return true;
+}

@@ -1,0 +1,138 @@
+#include "widgets.h"
+
+#include <algorithm>
+#include <gdkmm/display.h>
+#include <gdkmm/monitor.h>
+#include <giomm/listmodel.h>
+#include <gtkmm/cssprovider.h>
+#include <gtkmm/scrolledwindow.h>
+#include <gtkmm/stylecontext.h>
+#include <pangomm/attributes.h>
+
+#include "texts.h"
+
+namespace {
+
+// Colours come from the theme, so that dark and high contrast ones keep their own.
+constexpr char kStyle[] = R"(
+window.dialog-window > .content { padding: 24px; }
+window.dialog-window .icon { -gtk-icon-size: 48px; }
+window.dialog-window .buttons button { min-width: 72px; padding: 6px 14px; }
+window.dialog-window .detail { border-radius: 6px; }
+window.dialog-window .detail textview { padding: 8px; }
+window.dialog-window spinner { min-width: 28px; min-height: 28px; }
+)";
+
+constexpr Room kUnknownScreen{1024, 640};
+// The frame of a window, and a panel or two.
+constexpr int kFrameWidth = 32;
+constexpr int kFrameHeight = 120;
+constexpr Room kLeastRoom{160, 120};
+
+} // namespace
+
+Room roomOnScreen() {
+    Room room = kUnknownScreen;
+    auto const monitors = Gdk::Display::get_default()->get_monitors();
+    for (guint i = 0; i < monitors->get_n_items(); ++i) {
+        auto const monitor = std::dynamic_pointer_cast<Gdk::Monitor>(monitors->get_object(i));
+        if (!monitor) {
+            continue;
+        }
+        Gdk::Rectangle area;
+        monitor->get_geometry(area);
+        room.width = i == 0 ? area.get_width() : std::min(room.width, area.get_width());
+        room.height = i == 0 ? area.get_height() : std::min(room.height, area.get_height());
+    }
+    return {std::max(room.width - kFrameWidth, kLeastRoom.width),
+            std::max(room.height - kFrameHeight, kLeastRoom.height)};
+}
+
+void loadStyle() {
+    auto const style = Gtk::CssProvider::create();
+    style->load_from_data(kStyle);
+    Gtk::StyleContext::add_provider_for_display(Gdk::Display::get_default(), style,
+                                                GTK_STYLE_PROVIDER_PRIORITY_APPLICATION);
+}
+
+std::string pangoLanguage(std::string const& locale) {
+    std::string const normal = normalLocale(locale);
+    return normal.empty() ? std::string("en-us") : normal;
+}
+
+Gtk::Label* makeLabel(std::string const& text, std::string const& locale) {
+    auto* const label = Gtk::make_managed<Gtk::Label>(text);
+    label->set_wrap();
+    label->set_wrap_mode(Pango::WrapMode::WORD_CHAR);
+    label->set_xalign(0);
+    Pango::AttrList attributes;
+    auto language = Pango::Attribute::create_attr_language(Pango::Language(pangoLanguage(locale)));
+    attributes.insert(language);
+    label->set_attributes(attributes);
+    return label;
+}
+
+int widthOf(Gtk::Widget const& widget) {
+    int least = 0;
+    int natural = 0;
+    int ignored = 0;
+    widget.measure(Gtk::Orientation::HORIZONTAL, -1, least, natural, ignored, ignored);
+    return natural;
+}
+
+int heightOf(Gtk::Widget const& widget, int width) {
+    int least = 0;
+    int natural = 0;
+    int ignored = 0;
+    widget.measure(Gtk::Orientation::VERTICAL, width, least, natural, ignored, ignored);
+    return natural;
+}
+
+Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name) {
+    if (heightOf(widget, width) <= most) {
+        return &widget;
+    }
+    auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
+    scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_size_request(width, most);
+    scroller->set_vexpand();
+    scroller->set_focusable();
+    scroller->set_child(widget);
+    setAccessibleName(*scroller, name);
+    return scroller;
+}
+
+void setAccessibleName(Gtk::Widget& widget, std::string const& name) {
+    gtk_accessible_update_property(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_PROPERTY_LABEL, name.c_str(),
+                                   -1);
+}
+
+void setAccessibleDescription(Gtk::Widget& widget, std::string const& description) {
+    gtk_accessible_update_property(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_PROPERTY_DESCRIPTION,
+                                   description.c_str(), -1);
+}
+
+void setLabelledBy(Gtk::Widget& widget, Gtk::Widget& label) {
+    gtk_accessible_update_relation(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
+                                   label.gobj(), nullptr, -1);
+}
+
+void setDescribedBy(Gtk::Widget& widget, Gtk::Widget& description) {
+    gtk_accessible_update_relation(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_RELATION_DESCRIBED_BY,
+                                   description.gobj(), nullptr, -1);
+}
+
+void setAccessibleRole(Gtk::Widget& widget, Gtk::Accessible::Role role) {
+    g_object_set(widget.gobj(), "accessible-role", static_cast<int>(role), nullptr);
+}
+
+Gtk::TextDirection directionOf(std::string const& locale) {
+    return isRightToLeft(locale) ? Gtk::TextDirection::RTL : Gtk::TextDirection::LTR;
+}
+
+void setDirectionOfAll(Gtk::Widget& widget, Gtk::TextDirection direction) {
+    widget.set_direction(direction);
+    for (auto* child = widget.get_first_child(); child; child = child->get_next_sibling()) {
+        setDirectionOfAll(*child, direction);
+    }
+}

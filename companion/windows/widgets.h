@@ -1,0 +1,48 @@
+// The parts windows are made of. What is returned is managed: it belongs to the parent that takes it.
+#pragma once
+
+#include <gtkmm/accessible.h>
+#include <gtkmm/button.h>
+#include <gtkmm/label.h>
+#include <gtkmm/textview.h>
+#include <gtkmm/widget.h>
+#include <gtkmm/window.h>
+#include <pangomm/attrlist.h>
+#include <string>
+
+// Room for a window's content, in the toolkit's units: no monitor is larger than the smallest one. Windows
+// may still have a frame.
+struct Room {
+    int width;
+    int height;
+};
+Room roomOnScreen();
+
+// Loads the style sheet of all windows, once for a display.
+void loadStyle();
+
+// A label that wraps anywhere if it must. Han characters get the shapes of the locale's language.
+Gtk::Label* makeLabel(std::string const& text, std::string const& locale);
+
+// How high the text becomes at a width.
+int heightOf(Gtk::Widget const& widget, int width);
+int widthOf(Gtk::Widget const& widget);
+
+// The widget itself, or a scroller around it of the height `most` if it is higher at that width. A scroller
+// takes part in the Tab order, so that it can be moved by keys, under the name `name`.
+Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name);
+
+// Language of the shapes of Han characters, for a label or a text tag.
+std::string pangoLanguage(std::string const& locale);
+
+// What a screen reader says.
+void setAccessibleName(Gtk::Widget& widget, std::string const& name);
+void setAccessibleDescription(Gtk::Widget& widget, std::string const& description);
+void setLabelledBy(Gtk::Widget& widget, Gtk::Widget& label);
+void setDescribedBy(Gtk::Widget& widget, Gtk::Widget& description);
+// Only before the widget is shown.
+void setAccessibleRole(Gtk::Widget& widget, Gtk::Accessible::Role role);
+
+// The direction of a widget and all it holds.
+void setDirectionOfAll(Gtk::Widget& widget, Gtk::TextDirection direction);
+Gtk::TextDirection directionOf(std::string const& locale);
