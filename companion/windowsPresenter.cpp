@@ -40,9 +40,23 @@ private:
     int descriptor_;
 };
 
-std::filesystem::path contentsFolder() {
+std::string modulePath() {
     std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path().parent_path();
+    auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
+    return program.parent_path().parent_path() / "PlugIns/windows.so";
+}
+
+// What the toolkit reads in the environment, settled before there is a thread: nobody writes there any more
+// once there is. Half of the time to the first window would go into what a dialog has no use for.
+void prepareEnvironment() {
+    // Dialogs are drawn by the processor: bringing up OpenGL takes longer than drawing them all.
+    if (::getenv("GSK_RENDERER") == nullptr && ::setenv("GSK_RENDERER", "cairo", 0) == 0) {
+        ::setenv("GDK_DEBUG", "gl-disable", 0);
+    }
+    ::setenv("GIO_USE_VFS", "local", 1);                 // no file but those of the system's themes is read
+    ::setenv("GTK_IM_MODULE", "gtk-im-context-none", 1); // and no text is entered
+    ::unsetenv("DESKTOP_STARTUP_ID");                    // the toolkit would take these away later
+    ::unsetenv("XDG_ACTIVATION_TOKEN");
 }
 
 } // namespace
@@ -69,10 +83,12 @@ public:
     std::vector<WindowCommand> take() override;
     void showing() override { enter(WindowState::Showing); }
     void answered(DialogId id, long button) override;
+    pid_t process() const { return process_; }
     void enter(WindowState state, std::string const& reason = std::string());
 
 private:
     std::vector<std::string> const folders_;
+    pid_t const process_ = ::getpid();
     std::mutex mutex_;
     std::condition_variable changed_;
     WindowState state_ = WindowState::Loading;
@@ -163,9 +179,9 @@ void showWindows(std::shared_ptr<WindowLink> const& link, std::string const& mod
 // A toolkit that loses its display, or finds that it is broken, leaves by _exit(2), which would leave the
 // server's files and its clients alone. On the window thread this is what it finds instead (the name is
 // exported to the libraries that the program loads): the server's thread is told, and ends the process when
-// all is done.
+// all is done. A child of that thread, forked to run a program that is not there, just goes.
 extern "C" __attribute__((visibility("default"))) [[noreturn]] void _exit(int code) {
-    if (windowThread != nullptr) {
+    if (windowThread != nullptr && ::getpid() == windowThread->process()) {
         windowThread->enter(WindowState::Lost);
         for (;;) {
             ::pause();
@@ -186,12 +202,8 @@ WindowsPresenter::~WindowsPresenter() {
 }
 
 void WindowsPresenter::start() {
-    // The environment is not written any more once the thread is there, so the toolkit must find nothing to
-    // take away.
-    ::unsetenv("DESKTOP_STARTUP_ID");
-    ::unsetenv("XDG_ACTIVATION_TOKEN");
-    ::setenv("GSK_RENDERER", "cairo", 0);
-    thread_ = std::thread(showWindows, link_, contentsFolder() / "PlugIns/windows.so");
+    prepareEnvironment();
+    thread_ = std::thread(showWindows, link_, modulePath());
 }
 
 bool WindowsPresenter::stop() {
