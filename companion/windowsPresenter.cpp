@@ -180,7 +180,7 @@ void showWindows(std::shared_ptr<WindowLink> const& link, std::string const& mod
 // server's files and its clients alone. On the window thread this is what it finds instead (the name is
 // exported to the libraries that the program loads): the server's thread is told, and ends the process when
 // all is done. A child of that thread, forked to run a program that is not there, just goes.
-extern "C" __attribute__((visibility("default"))) [[noreturn]] void _exit(int code) {
+extern "C" __attribute__((visibility("default"), noreturn)) void _exit(int code) {
     if (windowThread != nullptr && ::getpid() == windowThread->process()) {
         windowThread->enter(WindowState::Lost);
         for (;;) {

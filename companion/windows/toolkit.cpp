@@ -10,6 +10,7 @@ bool startToolkit() {
     if (!gtk_init_check()) {
         return false;
     }
+    Glib::set_init_to_users_preferred_locale(false);
     Glib::init();
     Gio::init();
     Gtk::init_gtkmm_internals();

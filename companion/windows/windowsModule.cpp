@@ -34,7 +34,7 @@ extern "C" __attribute__((visibility("default"))) int qmx_windows_run(WindowBrid
 
     WindowDesk desk([&bridge](DialogId id, long button) { bridge.answered(id, button); }, bridge.folders());
     auto const loop = Glib::MainLoop::create();
-    auto const commands = Glib::signal_io().connect(
+    auto commands = Glib::signal_io().connect(
         [&](Glib::IOCondition) {
             for (WindowCommand const& command : bridge.take()) {
                 serve(command, desk, *loop.get());
@@ -43,5 +43,6 @@ extern "C" __attribute__((visibility("default"))) int qmx_windows_run(WindowBrid
         },
         bridge.descriptor(), Glib::IOCondition::IO_IN);
     loop->run();
+    commands.disconnect();
     return 1;
 }
