@@ -13,6 +13,7 @@
 #include <climits>
 #include <csignal>
 #include <cstring>
+#include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
@@ -25,6 +26,7 @@ namespace {
 
 constexpr auto kGoodbye = std::chrono::milliseconds(500);
 constexpr auto kLockGrace = std::chrono::seconds(60);
+constexpr long kStandByNanoseconds = 20'000'000;
 
 std::string lock_name(std::string const& prefix) {
     return "/" + std::filesystem::path(prefix).filename().string() + ".lock";
@@ -202,6 +204,9 @@ void Conversation::check_handshake() {
 }
 
 void Conversation::throw_if_given_up(std::string const& what) {
+    if (reason_ == ExitUnanswered) {
+        throw Failure(ExitUnanswered, "nobody answered the dialog within " + duration_text(limit_));
+    }
     if (reason_ == ExitTimeLimit) {
         std::string message = "no answer from the server for " + what + " within " + duration_text(limit_);
         if (observer_.longest_request > PIPE_BUF) {
@@ -234,6 +239,27 @@ void Conversation::ask(QMXPipePacket& request, QMXPipePacket& response) {
                                       " instead of an answer to " + name);
     }
     partner_ended_ = request.code() == "cndTerm" || request.code() == "ssnTerm";
+}
+
+void Conversation::limit_dialog(watchdog::Duration limit) {
+    limit_ = limit;
+    watchdog::set_message("nobody answered the dialog within " + duration_text(limit));
+    watchdog::restart(limit, ExitUnanswered);
+}
+
+bool Conversation::stand_by() {
+    watchdog::restart(watchdog::kForever);
+    while (conduit_->isServerRunning() && conduit_->status() < ConduitClosing) {
+        if (watchdog::end_reason() != 0) {
+            watchdog::forget_signal();
+            watchdog::restart(kGoodbye);
+            return true;
+        }
+        conduit_->poll();
+        struct timespec const pause = {0, kStandByNanoseconds};
+        ::nanosleep(&pause, nullptr);
+    }
+    return false;
 }
 
 void Conversation::end() {

@@ -21,7 +21,8 @@ struct Place {
 
 class Conversation {
 public:
-    // Connects, and starts the server if none runs. The limit holds from here to the end of the last ask().
+    // Connects, and starts the server if none runs. The limit holds from here to the end of the last ask(),
+    // or to limit_dialog().
     // Throws Failure: no server, time limit, interrupted, failed. `observer` must outlive the conversation.
     Conversation(Place place, watchdog::Duration limit, Observer& observer);
     Conversation(Conversation const&) = delete;
@@ -32,6 +33,14 @@ public:
     // Sends the request and waits for the answer. A request marked asynchronous is not waited for: the
     // response stays as it is. Throws Failure: time limit, interrupted, failed, bad data.
     void ask(QMXPipePacket& request, QMXPipePacket& response);
+
+    // From now on the limit is one for the answer to a dialog, or there is none (watchdog::kForever). What
+    // fails by it fails with ExitUnanswered.
+    void limit_dialog(watchdog::Duration limit);
+
+    // Serves the server's requests until a signal comes (true) or the server is gone (false). What is left to
+    // be said then has the time of a goodbye.
+    bool stand_by();
 
     // Says goodbye. A server that does not answer that within half a second is left without its answer.
     void end();

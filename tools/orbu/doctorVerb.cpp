@@ -3,17 +3,19 @@
 #include "conversation.h"
 #include "duration.h"
 #include "exitCodes.h"
-#include "orbuint/orbuintResHandler.h"
+#include "options.h"
 #include "orbulog/orbuErrorTable.h"
 #include "orbuutil/orbuMutex.h"
 #include "orbuutil/orbuSettings.h"
 #include "orbuutil/orbuUtil.h"
 #include "orbuutil/orbuUtilCustomEnv.h"
 #include "orbuutil/tlist.h"
+#include "presenter.h"
 #include "qmx/qmxPipeNamedConduit.h"
 #include "qmx/qmxPipePacket.h"
 #include "runtime.h"
 #include "serviceVerbs.h"
+#include "stringTables.h"
 #include "survey.h"
 #include "terminal.h"
 
@@ -30,8 +32,9 @@
 namespace {
 
 constexpr char kExamples[] =
-    R"(Checks the custom environment, the locations, the user's settings, the error table, the string resources, a
-conversation with the companion, which is started for it, and the folder of its FIFOs. A line that begins with "wrong"
+    R"(Checks the custom environment, the locations, the user's settings, the error table, the string resources of
+every locale, a conversation with the companion, which is started for it, the folder of its FIFOs, and how dialogs are
+shown. A line that begins with "wrong"
 says what to do, and the exit code is then 1.
 
 Examples:
@@ -173,18 +176,17 @@ void check_error_table(Survey const& survey, Verdicts& verdicts) {
     verdicts.ok(kSubject, file);
 }
 
-// The host brings the words of its dialogs along and says where; a file among the data is one that it may
-// name.
-void check_string_resources(Survey const& survey, Verdicts& verdicts) {
+// The words of the dialogs, in every locale.
+void check_string_resources(Verdicts& verdicts) {
     constexpr char kSubject[] = "string resources";
-    std::string const folder = survey.at(kLocalizedData).value;
-    std::string const file = folder + "OrbuIntRes.xml";
-    if (folder.empty() || ::access(file.c_str(), F_OK) != 0) {
-        verdicts.ok(kSubject, "none installed, the host names its own");
-    } else if (COrbuIntResHandler::instance()->loadResourceFile(folder.c_str())) {
-        verdicts.ok(kSubject, file);
-    } else {
-        verdicts.wrong(kSubject, file + " cannot be read or parsed", kReinstall);
+    auto const tables = read_string_tables();
+    auto const faults = find_faults(tables);
+    for (StringFault const& fault : faults) {
+        verdicts.wrong(kSubject, fault.words, fault.advice.empty() ? kReinstall : fault.advice);
+    }
+    if (faults.empty()) {
+        verdicts.ok(kSubject, std::to_string(tables.size()) + " locales with the same " +
+                                  std::to_string(tables.begin()->second.ids.size()) + " texts");
     }
 }
 
@@ -221,6 +223,33 @@ void check_fifo_folder(std::string const& prefix, Verdicts& verdicts) {
     verdicts.ok(kSubject, prefix);
 }
 
+void check_dialogs(Shown shown, Verdicts& verdicts) {
+    constexpr char kSubject[] = "dialogs";
+    switch (shown) {
+    case Shown::Windows:
+        verdicts.ok(kSubject, "shown in windows");
+        break;
+    case Shown::Rules:
+        verdicts.ok(kSubject, "answered by rules: ORBU_QMX_ANSWERS or ORBU_QMX_ANSWERS_FILE is set");
+        break;
+    case Shown::Untold:
+        verdicts.wrong(kSubject, "the companion is an older one and does not tell how it shows them",
+                       kReinstall);
+        break;
+    case Shown::Nobody:
+        if (has_display() && !is_told_to_be_headless()) {
+            verdicts.wrong(kSubject,
+                           "not shown, although DISPLAY or WAYLAND_DISPLAY names a display: it cannot be "
+                           "opened, or the companion has no windows",
+                           "see that the display can be used, and that PlugIns/windows.so stands in QMX.app");
+        } else {
+            verdicts.ok(kSubject,
+                        "not shown, there is no display: the button with the focus counts as pressed");
+        }
+        break;
+    }
+}
+
 void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts& verdicts) {
     constexpr char kSubject[] = "companion";
     std::string const prefix = bytes_of(QMXPipeNamedConduit::defaultPipePrefix("QMX"));
@@ -243,6 +272,7 @@ void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts
             verdicts.ok(kSubject, place.server + " started and answered within " + duration_text(took));
         }
         check_fifo_folder(prefix, verdicts);
+        check_dialogs(ask_presenter(conversation), verdicts);
         conversation.end();
     } catch (Failure const& failure) {
         if (failure.code() >= ExitSignal) {
@@ -265,7 +295,7 @@ int examine(std::chrono::nanoseconds limit) {
     }
     check_settings(survey, limit, verdicts);
     check_error_table(survey, verdicts);
-    check_string_resources(survey, verdicts);
+    check_string_resources(verdicts);
     check_server(survey, limit, verdicts);
     return verdicts.any_wrong() ? ExitNegative : ExitDone;
 }
@@ -276,16 +306,8 @@ void add_doctor_verb(CLI::App& app, Action& action) {
     auto const limit = std::make_shared<std::chrono::nanoseconds>(std::chrono::seconds(30));
     CLI::App* const verb = app.add_subcommand("doctor", "Check what the library needs, and say what to do");
     verb->footer(kExamples);
-    verb->add_option_function<std::string>(
-            "--timeout",
-            [limit](std::string const& text) {
-                auto const duration = parse_duration(text);
-                if (!duration) {
-                    throw CLI::ValidationError("--timeout", "\"" + text + "\" is no time like 500ms or 20s");
-                }
-                *limit = *duration;
-            },
-            "Limit for the conversation with the companion, and for waiting for the settings (default: 30s)")
-        ->type_name("DURATION");
+    add_duration_option(
+        *verb, "--timeout", *limit,
+        "Limit for the conversation with the companion, and for waiting for the settings (default: 30s)");
     verb->callback([limit, &action] { action = [limit] { return examine(*limit); }; });
 }

@@ -6,12 +6,14 @@
 
 enum ExitCode {
     ExitDone = 0,
-    ExitNegative = 1,  // answered, and the answer is no
-    ExitUsage = 2,     // the command line
-    ExitNoServer = 3,  // no server is there and none could be started
-    ExitTimeLimit = 4, // no answer within --timeout
-    ExitFailed = 6,    // the server refused, or is gone; or the system did not let us
-    ExitBadData = 7,   // a value that is given, recorded or answered cannot be read
+    ExitNegative = 1,   // answered, and the answer is no
+    ExitUsage = 2,      // the command line
+    ExitNoServer = 3,   // no server is there and none could be started
+    ExitTimeLimit = 4,  // no answer within --timeout
+    ExitUnanswered = 5, // a dialog that nobody answered in time
+    ExitFailed = 6,     // the server refused, or is gone; or the system did not let us
+    ExitBadData = 7,    // a value that is given, recorded or answered cannot be read
+    ExitNoDisplay = 8,  // nobody would see the dialog: no display and no terminal
     ExitSignal = 128,
 };
 

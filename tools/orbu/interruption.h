@@ -22,6 +22,8 @@ public:
     Hold(Hold const&) = delete;
     Hold& operator=(Hold const&) = delete;
 
+    sigset_t const& before() const { return before_; }
+
 private:
     sigset_t before_;
 };

@@ -1,7 +1,9 @@
 // orbu: the library from the command line.
 #include "attributes.h"
+#include "dialogVerbs.h"
 #include "duration.h"
 #include "exitCodes.h"
+#include "options.h"
 #include "qmx/qmxPipeNamedConduit.h"
 #include "runtime.h"
 #include "serviceVerbs.h"
@@ -10,6 +12,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <clocale>
 #include <csignal>
 #include <cstdio>
@@ -20,16 +23,18 @@ constexpr char kVersion[] = "orbu " ORBU_VERSION;
 constexpr char kDefaultTimeout[] = "30s";
 
 constexpr char kFooter[] = R"(Exit codes:
-  0 done                           4 no answer within --timeout
+  0 done                           5 nobody answered the dialog within --timeout
   1 the answer is no               6 refused or failed
   2 wrong usage                    7 a value, a recorded line or an envelope cannot be read
-  3 no server, none to be started  130 interrupted
+  3 no server, none to be started  8 no display, and no terminal either
+  4 no answer within --timeout     130 interrupted
 
 Data goes to standard output, everything else to standard error. NO_COLOR is respected.
 
 Examples:
   orbu locales
   orbu call system.listFacilities --json
+  orbu ask --title "Delete everything?" --button Yes --button No
   orbu VERB --help)";
 
 constexpr char kCallExamples[] =
@@ -74,31 +79,25 @@ struct Arguments {
 CLI::App* add_verb(CLI::App& app, Arguments& to, char const* name, char const* what, char const* examples) {
     CLI::App* const verb = app.add_subcommand(name, what);
     verb->footer(examples);
-    verb->add_option("--prefix", to.options.place.prefix,
-                     "Folder where client and server meet (default: one of this process's own)")
-        ->type_name("DIR")
-        ->check([](std::string const& text) { return text.empty() ? "the prefix is empty" : ""; }, "");
-    verb->add_option(
-            "--server", to.options.place.server,
-            "Server to start if none runs under the prefix (default: the companion beside this program)")
-        ->type_name("PATH");
-    verb->add_option_function<std::string>(
-            "--timeout",
-            [&to](std::string const& text) {
-                auto const duration = parse_duration(text);
-                if (!duration) {
-                    throw CLI::ValidationError("--timeout", "\"" + text + "\" is no time like 500ms or 20s");
-                }
-                to.options.timeout = *duration;
-            },
-            std::string("Limit for all of it, from connecting to the last answer (default: ") +
-                kDefaultTimeout + ")")
-        ->type_name("DURATION");
+    add_server_options(*verb, to.options);
+    add_duration_option(*verb, "--timeout", to.options.timeout,
+                        std::string("Limit for all of it, from connecting to the last answer (default: ") +
+                            kDefaultTimeout + ")");
     verb->add_flag("--json", to.options.json, "Print typed values as JSON");
-    verb->add_flag(
-        "--trace", to.options.trace,
-        "Show each line as on the wire on standard error: \"> \" out, \"< \" in (see orbu replay)");
     return verb;
+}
+
+// Takes what stands behind the first "--" of "orbu wait" off the arguments, word for word: it is a command of
+// its own.
+std::vector<std::string> split_command(int& argc, char** argv) {
+    if (argc < 2 || std::string_view(argv[1]) != "wait") {
+        return {};
+    }
+    char** const end = argv + argc;
+    char** const mark =
+        std::find_if(argv, end, [](char const* word) { return std::string_view(word) == "--"; });
+    argc = static_cast<int>(mark - argv);
+    return {mark == end ? end : mark + 1, end};
 }
 
 int run(int argc, char** argv) {
@@ -135,6 +134,9 @@ int run(int argc, char** argv) {
     verb->add_option("FILE", arguments.file, "The record; - is standard input")->required();
     verb->callback([&] { action = [&] { return replay(options, arguments.file); }; });
 
+    auto const command = split_command(argc, argv);
+    add_dialog_verbs(app, arguments.options, command, action);
+    add_gallery_verb(app, action);
     add_envelope_verbs(app, action);
     add_settings_verbs(app, action);
     add_log_verbs(app, action);

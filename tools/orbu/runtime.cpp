@@ -8,6 +8,7 @@
 namespace {
 
 bool own_in_force = false;
+bool own_home = false;
 
 } // namespace
 
@@ -21,6 +22,7 @@ void use_own_runtime() {
     if (std::getenv("HOME") == nullptr) {
         passwd const* const user = ::getpwuid(::getuid());
         ::setenv("HOME", user != nullptr ? user->pw_dir : "/", 1);
+        own_home = true;
     }
     std::string const runtime = own_runtime();
     std::string const file = runtime + "/OrbuCustomEnv.xml";
@@ -33,3 +35,13 @@ void use_own_runtime() {
 }
 
 bool uses_own_runtime() { return own_in_force; }
+
+void restore_environment() {
+    if (own_in_force) {
+        ::unsetenv("ORBU_RUNTIME");
+        ::unsetenv("VEXMOOR_ORBU_CUSTOM_ENV");
+    }
+    if (own_home) {
+        ::unsetenv("HOME");
+    }
+}

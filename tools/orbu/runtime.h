@@ -13,3 +13,6 @@ void use_own_runtime();
 
 // Whether the file in force was put there by use_own_runtime().
 bool uses_own_runtime();
+
+// Takes back what use_own_runtime() put into the environment, for a program that is to find it as it was.
+void restore_environment();

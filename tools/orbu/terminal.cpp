@@ -60,6 +60,19 @@ void append_hex(std::string& to, char byte) {
     to += {'\\', 'x', digits[value >> 4], digits[value & 15]};
 }
 
+// Appends the first character of `rest`, a control character as \xHH. Gives the bytes taken.
+size_t append_visible(std::string& to, std::string_view rest) {
+    size_t const control = control_length(rest);
+    if (control == 0) {
+        to += rest[0];
+        return 1;
+    }
+    for (char const byte : rest.substr(0, control)) {
+        append_hex(to, byte);
+    }
+    return control;
+}
+
 } // namespace
 
 void tell(std::string_view message) { tell_marked(Tint::Error, "orbu:", message); }
@@ -91,16 +104,21 @@ std::string one_line(std::string_view text) {
         char const byte = text[at];
         if (byte == '\n' || byte == '\t' || byte == '\\') {
             result += {'\\', byte == '\n' ? 'n' : byte == '\t' ? 't' : '\\'};
-            continue;
+        } else {
+            at += append_visible(result, text.substr(at)) - 1;
         }
-        size_t const control = control_length(text.substr(at));
-        if (control == 0) {
-            result += byte;
+    }
+    return result;
+}
+
+std::string printable(std::string_view text) {
+    std::string result;
+    for (size_t at = 0; at < text.size(); ++at) {
+        if (text[at] == '\n' || text[at] == '\t') {
+            result += text[at];
+        } else {
+            at += append_visible(result, text.substr(at)) - 1;
         }
-        for (size_t i = 0; i < control; ++i) {
-            append_hex(result, text[at + i]);
-        }
-        at += control == 2 ? 1 : 0;
     }
     return result;
 }

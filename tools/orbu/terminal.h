@@ -21,5 +21,9 @@ std::string one_line(std::string_view text);
 // The reverse. An escape that is none stays as it stands.
 std::string from_one_line(std::string_view text);
 
+// Text for a person at a terminal: lines stay lines, and a character that would move the terminal is shown
+// as \xHH.
+std::string printable(std::string_view text);
+
 // Opens what is closed of descriptors 0 to 2, so that no FIFO takes their place.
 void occupy_standard_descriptors();

@@ -1,7 +1,5 @@
 #include "watchdog.h"
 
-#include "exitCodes.h"
-
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -27,6 +25,7 @@ constinit std::atomic<sem_t*> held_lock{nullptr};
 constinit Clock::time_point deadline{};
 constinit timer_t timer{};
 constinit bool running = false;
+constinit int limit_reason = ExitTimeLimit;
 // What the handler works with is prepared: it may not allocate.
 constinit char fifo_path[4096] = "";
 constinit char folder_path[4096] = "";
@@ -54,7 +53,7 @@ void on_alarm(int) {
     int const error = errno;
     if (++strikes >= kStrikes) {
         int const number = caught_signal;
-        end_now(number != 0 ? ExitSignal + number : ExitTimeLimit,
+        end_now(number != 0 ? ExitSignal + number : limit_reason,
                 number != 0 ? "orbu: interrupted\n" : limit_line);
     }
     errno = error;
@@ -102,9 +101,17 @@ void start(Duration limit, std::string const& fifo, std::string const& folder) {
     restart(limit);
 }
 
-void restart(Duration limit) {
-    deadline = Clock::now() + limit;
-    if (running && caught_signal == 0) {
+void restart(Duration limit, int reason) {
+    bool const forever = limit == kForever;
+    limit_reason = reason;
+    deadline = forever ? Clock::time_point::max() : Clock::now() + limit;
+    if (!running || caught_signal != 0) {
+        return;
+    }
+    if (forever) {
+        struct itimerspec const never = {};
+        timer_settime(timer, 0, &never, nullptr);
+    } else {
         arm(limit + Duration(kStrikeNanoseconds));
     }
 }
@@ -128,8 +135,10 @@ int end_reason() {
     if (number != 0) {
         return ExitSignal + number;
     }
-    return Clock::now() >= deadline ? ExitTimeLimit : 0;
+    return Clock::now() >= deadline ? limit_reason : 0;
 }
+
+void forget_signal() { caught_signal = 0; }
 
 Duration remaining() { return std::max(Duration::zero(), Duration(deadline - Clock::now())); }
 

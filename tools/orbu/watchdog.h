@@ -10,6 +10,8 @@
 // One per process. Everything here is called by the thread that drives the conduit.
 #pragma once
 
+#include "exitCodes.h"
+
 #include <chrono>
 #include <semaphore.h>
 #include <string>
@@ -18,16 +20,21 @@ namespace watchdog {
 
 using Duration = std::chrono::nanoseconds;
 
+inline constexpr Duration kForever = Duration::max();
+
 // From now on: the limit runs, and SIGINT, SIGTERM and SIGHUP are caught. `fifo` and `folder` are removed
 // (unlink, rmdir) when the process has to be ended from the handler; the folder only if it is empty.
 void start(Duration limit, std::string const& fifo, std::string const& folder);
 
-// A new limit from now, or none of the old ones any more: signals end the process as they do by default.
-void restart(Duration limit);
+// A new limit from now, and the reason to give up that it stands for.
+void restart(Duration limit, int reason = ExitTimeLimit);
+// No limit any more, and signals end the process as they do by default.
 void stop();
 
-// Whether the process has to give up: 0, ExitTimeLimit, or ExitSignal and the signal's number.
+// Whether the process has to give up: 0, the limit's reason, or ExitSignal and the signal's number.
 int end_reason();
+// A signal that came is dealt with: what follows has a limit of its own, from restart().
+void forget_signal();
 Duration remaining();
 
 // The lock that this process holds, to be given back when the handler ends the process. Null: none.

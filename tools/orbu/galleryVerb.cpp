@@ -1,0 +1,64 @@
+// orbu gallery: pictures of every dialog in every locale.
+#include "command.h"
+#include "conversation.h"
+#include "dialogVerbs.h"
+#include "exitCodes.h"
+#include "presenter.h"
+#include "terminal.h"
+
+#include <CLI/CLI.hpp>
+
+#include <filesystem>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+constexpr char kExamples[] =
+    R"(Writes a PNG file for each dialog, locale and appearance (light and dark), for translators and for review. It needs the
+companion's windows; without a display it makes a virtual one for itself.
+
+Examples:
+  orbu gallery --out pictures)";
+
+int make_gallery(std::string const& folder) {
+    auto const programs = std::filesystem::path(default_server()).parent_path();
+    std::string const maker = programs / "qmxgallery";
+    std::string const with_display = programs.parent_path() / "Resources" / "with-display";
+    if (::access(maker.c_str(), X_OK) != 0) {
+        throw Failure(ExitNoDisplay, "this companion has no windows: there is no " + maker);
+    }
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error) {
+        throw Failure(ExitFailed, "cannot make " + one_line(folder) + ": " + error.message());
+    }
+    std::vector<std::string> const command = {maker, "--out", folder};
+    int code = ExitNoDisplay;
+    if (has_display()) {
+        code = run_command(command);
+    }
+    // A display that is named but cannot be opened is none.
+    if (code == ExitNoDisplay && ::access(with_display.c_str(), X_OK) == 0) {
+        std::vector<std::string> virtually = {with_display};
+        virtually.insert(virtually.end(), command.begin(), command.end());
+        code = run_command(virtually);
+    }
+    if (code == ExitNoDisplay) {
+        tell("there is no display, and no virtual one can be had; install Xvfb");
+    }
+    return code;
+}
+
+} // namespace
+
+void add_gallery_verb(CLI::App& app, Action& action) {
+    auto const folder = std::make_shared<std::string>();
+    CLI::App* const verb =
+        app.add_subcommand("gallery", "Make pictures of every dialog in every locale, light and dark");
+    verb->footer(kExamples);
+    verb->add_option("--out", *folder, "The folder for the pictures, made when it is missing")
+        ->type_name("DIR")
+        ->required();
+    verb->callback([folder, &action] { action = [folder] { return make_gallery(*folder); }; });
+}
