@@ -181,26 +181,14 @@ size_t focus_of(std::vector<std::string> const& buttons, std::string const& text
     return text.empty() ? 0 : static_cast<size_t>(found - buttons.begin());
 }
 
-// Whether somebody sees a dialog, or rules answer in their place. A server that ends over the question had a
-// display in its orders and has none.
-bool is_shown(Conversation& conversation) {
-    try {
-        // What does not know the question is some other server, which shows dialogs in its own way.
-        return ask_presenter(conversation) != Shown::Nobody;
-    } catch (Failure const& failure) {
-        if (failure.code() != ExitFailed) {
-            throw;
-        }
-        return false;
-    }
-}
-
 // Sends the request and waits for its answer. False, and nothing was shown, when nobody would see it.
 bool show(Options const& options, watchdog::Duration limit, QMXPipePacket& request, QMXPipePacket& response) {
     Observer observer;
     observer.trace = options.trace;
     Conversation conversation(options.place, kConnectLimit, observer);
-    if (!is_shown(conversation)) {
+    // What does not know the question is some other server, which shows dialogs in its own way.
+    Shown const shown = ask_presenter(conversation);
+    if (shown == Shown::Nobody || shown == Shown::Gone) {
         return false;
     }
     conversation.limit_dialog(limit);

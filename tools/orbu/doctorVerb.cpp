@@ -236,6 +236,10 @@ void check_dialogs(Shown shown, Verdicts& verdicts) {
         verdicts.wrong(kSubject, "the companion is an older one and does not tell how it shows them",
                        kReinstall);
         break;
+    case Shown::Gone:
+        verdicts.wrong(kSubject, "the companion ended when it was to show windows",
+                       "see that there is a display, or unset ORBU_QMX_PRESENTER");
+        break;
     case Shown::Nobody:
         if (has_display() && !is_told_to_be_headless()) {
             verdicts.wrong(kSubject,

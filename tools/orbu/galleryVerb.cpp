@@ -5,6 +5,7 @@
 #include "exitCodes.h"
 #include "presenter.h"
 #include "terminal.h"
+#include "words.h"
 
 #include <CLI/CLI.hpp>
 
@@ -19,9 +20,12 @@ constexpr char kExamples[] =
 companion's windows; without a display it makes a virtual one for itself.
 
 Examples:
-  orbu gallery --out pictures)";
+  orbu gallery --out pictures
+  orbu gallery --out pictures --locale de_DE --locale ja_JP)";
 
-int make_gallery(std::string const& folder) {
+constexpr int kNotWritten = 1; // what qmxgallery ends with then
+
+int make_gallery(std::string const& folder, std::vector<std::string> const& locales) {
     auto const programs = std::filesystem::path(default_server()).parent_path();
     std::string const maker = programs / "qmxgallery";
     std::string const with_display = programs.parent_path() / "Resources" / "with-display";
@@ -33,7 +37,10 @@ int make_gallery(std::string const& folder) {
     if (error) {
         throw Failure(ExitFailed, "cannot make " + one_line(folder) + ": " + error.message());
     }
-    std::vector<std::string> const command = {maker, "--out", folder};
+    std::vector<std::string> command = {maker, "--out", folder};
+    for (std::string const& locale : locales) {
+        command.insert(command.end(), {"--locale", dialog_locale(locale)});
+    }
     int code = ExitNoDisplay;
     if (has_display()) {
         code = run_command(command);
@@ -47,18 +54,26 @@ int make_gallery(std::string const& folder) {
     if (code == ExitNoDisplay) {
         tell("there is no display, and no virtual one can be had; install Xvfb");
     }
-    return code;
+    return code == kNotWritten ? ExitFailed : code;
 }
 
 } // namespace
 
 void add_gallery_verb(CLI::App& app, Action& action) {
-    auto const folder = std::make_shared<std::string>();
+    struct Arguments {
+        std::string folder;
+        std::vector<std::string> locales;
+    };
+    auto const arguments = std::make_shared<Arguments>();
     CLI::App* const verb =
         app.add_subcommand("gallery", "Make pictures of every dialog in every locale, light and dark");
     verb->footer(kExamples);
-    verb->add_option("--out", *folder, "The folder for the pictures, made when it is missing")
+    verb->add_option("--out", arguments->folder, "The folder for the pictures, made when it is missing")
         ->type_name("DIR")
         ->required();
-    verb->callback([folder, &action] { action = [folder] { return make_gallery(*folder); }; });
+    verb->add_option("--locale", arguments->locales, "Only this locale; again for each one (default: all)")
+        ->type_name("LOCALE");
+    verb->callback([arguments, &action] {
+        action = [arguments] { return make_gallery(arguments->folder, arguments->locales); };
+    });
 }

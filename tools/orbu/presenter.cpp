@@ -29,7 +29,14 @@ Shown ask_presenter(Conversation& conversation) {
     }
     QMXPipePacket question("qmx.Presenter", nullptr, QMXPipe::Synchronous);
     QMXPipePacket answer(QMXPipe::SynchronicityDefault);
-    conversation.ask(question, answer);
+    try {
+        conversation.ask(question, answer);
+    } catch (Failure const& failure) {
+        if (failure.code() != ExitFailed) {
+            throw;
+        }
+        return Shown::Gone;
+    }
     std::string const presenter = bytes_of(answer.attributeAsString("presenter"));
     return presenter == "windows" ? Shown::Windows : presenter == "rules" ? Shown::Rules : Shown::Nobody;
 }

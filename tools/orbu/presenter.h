@@ -8,6 +8,7 @@ enum class Shown {
     Rules,   // to nobody, but rules answer in their place
     Nobody,  // to nobody: the button with the focus counts as pressed
     Untold,  // the server does not know the question
+    Gone,    // the server ended over it, as one does that has to show windows and has no display
 };
 
 // Asks the server. It may have to wait until the server's windows are ready, or have failed.
