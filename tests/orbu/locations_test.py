@@ -21,7 +21,8 @@ class LocationsTest(unittest.TestCase):
         self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orbu-test-"))
         self.addCleanup(shutil.rmtree, self.folder)
         self.environment = {name: value for name, value in os.environ.items()
-                            if not name.startswith("VEXMOOR_") and name not in ("TMPDIR", "TMP", "TEMP", "TEMPDIR")}
+                            if not name.startswith(("VEXMOOR_", "ORBU_QMX_")) and name not in (
+                                "TMPDIR", "TMP", "TEMP", "TEMPDIR", "DISPLAY", "WAYLAND_DISPLAY")}
         self.environment["HOME"] = str(self.folder)
 
     def orbu(self, *arguments, code=DONE, program=BIN / "orbu", **environment):
@@ -130,7 +131,11 @@ class DoctorTest(LocationsTest):
         self.assertEqual(list(found), [
             "custom environment", "common bin", "common lib", "common data", "error table", "log file", "user settings",
             "temporary", "settings file", "error table file", "string resources", "folder of FIFO folders",
-            "companion", "FIFO folder"])
+            "companion", "FIFO folder", "dialogs"])
+        self.assertIn("not shown", found["dialogs"][1])
+        self.assertIn("rules", self.doctor(ORBU_QMX_ANSWERS="never")["dialogs"][1])
+        # A display that cannot be opened is worth a word.
+        self.assertEqual(set(self.wrong(DISPLAY=":nosuch")), {"dialogs"})
         self.assertEqual(os.listdir(self.folder), [], "it makes nothing")
 
     def test_environment(self):
@@ -149,11 +154,31 @@ class DoctorTest(LocationsTest):
         self.doctor(**self.use(runtime))
         resources = runtime / "Orbu.framework" / "Versions" / "31a" / "Resources"
         (resources / "OrbuErrorCodes.xml").write_text("<ERRORTABLES><TABLE", encoding="ascii")
-        (resources / "OrbuIntRes.xml").write_text("<", encoding="ascii")
+        (resources / "de_DE" / "OrbuIntRes.xml").write_text("<", encoding="ascii")
         (runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX").unlink()
         self.assertEqual(set(self.wrong(**self.use(runtime))), {"error table file", "string resources", "companion"})
         shutil.rmtree(resources)
         self.assertIn("common data", self.wrong(**self.use(runtime)))
+
+    def test_string_resources(self):
+        runtime = self.moved()
+        resources = runtime / "Orbu.framework" / "Versions" / "31a" / "Resources"
+
+        def edit(locale, before, after):
+            file = resources / locale / "OrbuIntRes.xml"
+            text = file.read_text(encoding="utf-8")
+            self.assertIn(before, text)
+            file.write_text(text.replace(before, after), encoding="utf-8")
+        edit("cs_CZ", ' ID="retry"', ' ID="rety"')
+        edit("fr_FR", "Fermer", "")
+        edit("ja_JP", ' ID="yes"', ' ID="no"')
+        (resources / "zh_TW" / "OrbuIntRes.xml").unlink()
+        lines = self.orbu("doctor", code=NEGATIVE, **self.use(runtime)).splitlines()
+        found = [line.split("Resources/")[1].replace("/OrbuIntRes.xml", "").split(";")[0] for line in lines
+                 if line.startswith("wrong")]
+        self.assertEqual(found, [
+            "cs_CZ lacks retry", "cs_CZ has what the other locales do not have: rety", "fr_FR has no words for close",
+            "ja_JP lacks yes", "ja_JP has more than once: no", "zh_TW cannot be read or parsed"])
 
     def test_damaged_settings(self):
         folder = self.folder / "Orbu"
