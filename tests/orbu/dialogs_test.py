@@ -162,7 +162,8 @@ class WaitTest(DialogTest):
         wait_for(lambda: not alive(command) and not self.fifos(), SECONDS, "the end of both")
 
     def test_signals_are_handed_on(self):
-        script = "import signal, time\nfor n in (2, 15): signal.signal(n, lambda n, _: exit(n + 40))\nprint(1, flush=True)\ntime.sleep(60)"
+        script = ("import signal, time\nfor n in (2, 15): signal.signal(n, lambda n, _: exit(n + 40))\n"
+                  "print(1, flush=True)\ntime.sleep(60)")
         for number in (signal.SIGINT, signal.SIGTERM):
             process = self.begin_wait(sys.executable, "-c", script)
             process.stdout.readline()

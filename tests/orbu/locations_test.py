@@ -134,9 +134,9 @@ class DoctorTest(LocationsTest):
             "companion", "FIFO folder", "dialogs"])
         self.assertIn("not shown", found["dialogs"][1])
         self.assertIn("rules", self.doctor(ORBU_QMX_ANSWERS="never")["dialogs"][1])
+        self.assertEqual(os.listdir(self.folder), [], "it makes nothing")
         # A display that cannot be opened is worth a word.
         self.assertEqual(set(self.wrong(DISPLAY=":nosuch")), {"dialogs"})
-        self.assertEqual(os.listdir(self.folder), [], "it makes nothing")
 
     def test_environment(self):
         self.assertIn("custom environment", self.wrong(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere"))
