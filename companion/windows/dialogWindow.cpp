@@ -117,7 +117,7 @@ void DialogWindow::addHeadline(Dialog const& dialog) {
     emphasizeHeadline(*headline_, title, locale_);
     // Can be selected by the pointer, and is no stop on the way to the buttons.
     headline_->set_selectable();
-    headline_->set_focusable(false);
+    headline_->set_can_focus(false);
     headline_->set_yalign(0);
 
     int const most = std::min(kMostColumn, room.width - beside);
