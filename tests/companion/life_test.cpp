@@ -203,6 +203,7 @@ TEST_F(LifeTest, Programs) {
         EXPECT_EQ(child.wait(), step.code) << step.command.back();
     }
     EXPECT_EQ(Child({serverPath()}, {"PROCESS_ARGUMENTS=" + prefix(), "ORBU_QMX_IDLE=soon"}).wait(), 2);
+    EXPECT_EQ(Child({serverPath()}, {"PROCESS_ARGUMENTS=" + prefix(), "ORBU_QMX_PRESENTER=both"}).wait(), 2);
 }
 
 // Every answer reaches its own client. ORBU_STRESS=200x100 runs the full load.
