@@ -35,16 +35,13 @@ TEST(Dictionary, EachKindOfValueUnderItsKey) {
     d.set("empty");
     d.set("bool", true);
     d.set("int", 7);
-    d.set("long", -1L);
     d.set("double", 1.5);
     d.set("pointer", static_cast<void*>(&here));
     d.set("chars", "plain");
-    d.set("str", TStr("text"));
     d.set("list", listOf({"a", "b"}));
     d.set("shared", nested.get());
     d.set("copied", *nested);
     d.set("nothing", static_cast<QMXDictionary*>(nullptr));
-    d.set("value", QMXValue(3L));
     nested->set("later", 1L);
 
     struct {
@@ -53,32 +50,26 @@ TEST(Dictionary, EachKindOfValueUnderItsKey) {
         char const* string;
         long number;
     } const cases[] = {
-        {"empty", 1, "<null>", 0},     {"bool", 2, "true", 1},     {"int", 3, "7", 7},
-        {"long", 3, "-1", -1},         {"double", 4, "1.5", 1},    {"pointer", 6, "<null>", 0},
-        {"chars", 7, "plain", 0},      {"str", 7, "text", 0},      {"list", 9, "#2:a,b", 0},
-        {"shared", 8, "later=d1", 0},  {"copied", 8, "", 0},       {"nothing", 8, "<null>", 0},
-        {"value", 3, "3", 3},          {"absent", 1, "<null>", 0}, {"shared.later", 3, "1", 1},
-        {"nothing.x", 1, "<null>", 0}, {"", 1, "<null>", 0},       {"int.", 3, "7", 7},
+        {"empty", 1, "<null>", 0},     {"bool", 2, "true", 1},       {"int", 3, "7", 7},
+        {"double", 4, "1.5", 1},       {"pointer", 6, "<null>", 0},  {"chars", 7, "plain", 0},
+        {"list", 9, "#2:a,b", 0},      {"shared", 8, "later=d1", 0}, {"copied", 8, "", 0},
+        {"nothing", 8, "<null>", 0},   {"absent", 1, "<null>", 0},   {"shared.later", 3, "1", 1},
+        {"nothing.x", 1, "<null>", 0}, {"", 1, "<null>", 0},         {"int.", 3, "7", 7},
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.key);
         EXPECT_EQ(d.typeOf(c.key), c.type);
-        EXPECT_EQ(textOf(d.getString(c.key)), c.string);
         EXPECT_EQ(textOf(d[c.key]), c.string);
         EXPECT_EQ(d.getLong(c.key), c.number);
         EXPECT_EQ(d.getValue(c.key).type(), d.exists(c.key) ? c.type : 0);
     }
-    EXPECT_TRUE(d.getBool("bool"));
-    EXPECT_EQ(d.getDouble("double"), 1.5);
     EXPECT_EQ(d.getPointer("pointer"), &here);
-    EXPECT_EQ(textsOf(d.getStringList("list")), (Texts{"a", "b"}));
     EXPECT_EQ(d.getDictionary("nothing"), nullptr);
     EXPECT_EQ(d.getDictionary("int"), nullptr);
     Counted got(d.getDictionary("shared"));
     EXPECT_EQ(nested.shared(), 2);
     d.clear();
     EXPECT_EQ(nested.shared(), 1);
-    EXPECT_EQ(textsOf(d.keys()), Texts());
 }
 
 TEST(Dictionary, OrderIsByBucketThenByAge) {
@@ -88,11 +79,8 @@ TEST(Dictionary, OrderIsByBucketThenByAge) {
         d.set(key, key);
     }
     EXPECT_EQ(textsOf(d.keys()), (Texts{"icon", "title", "abcdefgh1", "abcdefgh2", "abcdefgh3"}));
-    d.set("abcdefgh1", 1L);
-    EXPECT_EQ(textsOf(d.keys()), (Texts{"icon", "title", "abcdefgh2", "abcdefgh3", "abcdefgh1"}));
     d.set("abcdefgh1", 2L);
     d.remove("abcdefgh2");
-    d.remove("absent");
     EXPECT_EQ(text(d), "icon=hicon,title=htitle,abcdefgh3=habcdefgh3,abcdefgh1=d2");
     EXPECT_EQ(textsOf(d.values()), (Texts{"icon", "title", "abcdefgh3", "2"}));
     EXPECT_EQ(text(QMXDictionary(d)), text(d));
@@ -111,11 +99,8 @@ TEST(Dictionary, ParentsAreReadOnly) {
         child->set("both", 2L);
         child->set("p", 3L);
         child->set("d", 4L);
-        EXPECT_TRUE(child->exists("x"));
         EXPECT_EQ(textOf(child->getString("x")), "theirs");
-        EXPECT_EQ(textOf(child->getValue("x").asString()), "theirs");
         EXPECT_EQ(child->typeOf("x"), 1);
-        EXPECT_EQ(child->getLong("both"), 2);
         EXPECT_EQ(text(*child), "both=d2,p=d3,d=d4");
         EXPECT_EQ(textOf(child->marshalItem("x")), "x=htheirs");
         // A wrong type here lets the parent speak in these two alone.
@@ -154,12 +139,15 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
         char const* rest;
         char const* value;
     } const cases[] = {
-        {"a.b.c", deep.get(), "c", "1"},      {"a.s", inner.get(), "s", "text"},
-        {"a.new", inner.get(), "new", "-"},   {"a.b.new", deep.get(), "new", "-"},
-        {"a.new.x", nullptr, "a.new.x", "-"}, {"a.s.x", nullptr, "a.s.x", "-"},
-        {"no.x", nullptr, "no.x", "-"},       {"null.x", nullptr, "null.x", "-"},
-        {"a", &d, "a", "b=ic!3dd1,s=htext"},  {"a.", &d, "a", "b=ic!3dd1,s=htext"},
-        {".a", nullptr, ".a", "-"},           {"", nullptr, "", "-"},
+        {"a.b.c", deep.get(), "c", "1"},
+        {"a.s", inner.get(), "s", "text"},
+        {"a.b.new", deep.get(), "new", "-"},
+        {"a.new.x", nullptr, "a.new.x", "-"},
+        {"a.s.x", nullptr, "a.s.x", "-"},
+        {"null.x", nullptr, "null.x", "-"},
+        {"a.", &d, "a", "b=ic!3dd1,s=htext"},
+        {".a", nullptr, ".a", "-"},
+        {"", nullptr, "", "-"},
         {"a..s", nullptr, "a..s", "-"},
     };
     for (auto const& c : cases) {
@@ -172,9 +160,7 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
         EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), c.value);
     }
 
-    d.set("a.b.c", "changed");
     d.set("a.new", 2L);
-    EXPECT_EQ(text(*deep), "c=hchanged");
     d.remove("a.b.c");
     d.remove("a.absent");
     EXPECT_EQ(text(*inner), "new=d2,b=i,s=htext");
@@ -191,10 +177,8 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     EXPECT_EQ(d.typeOf("a.b"), 1);
     EXPECT_EQ(textOf(d.marshalItem("a.b")), "<null>");
     EXPECT_EQ(d._internalGetValue("a.b", false)->asLong(), 2);
-    const Texts keys = {"z", "a.b", "i", "a"};
     d.remove("a.b");
-    EXPECT_EQ(textsOf(d.keys()), keys);
-    EXPECT_EQ(textsOf(QMXDictionary(d).keys()), keys);
+    EXPECT_EQ(textsOf(QMXDictionary(d).keys()), (Texts{"z", "a.b", "i", "a"}));
     EXPECT_EQ(text(d), "z=d1,,i=d1,a=hno!20dictionary");
 
     // With a dictionary in the way the path is found, but the literal entry is what is told.
@@ -202,20 +186,14 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     d.set("a.b", 3L);
     EXPECT_EQ(d.getLong("a.b"), 3);
     EXPECT_EQ(textOf(d.marshalItem("a.b")), "a.b=d2");
-    d.set("a.c", 4L);
-    EXPECT_EQ(textOf(d.marshalItem("a.c")), "<null>");
     d.set(TStr::null, 5L);
     EXPECT_FALSE(d.exists(""));
     EXPECT_TRUE(d.exists("."));
-    d.remove(".");
-    EXPECT_FALSE(d.exists("."));
 }
 
 TEST(Dictionary, TakesItselfAndItsOwnParts) {
     QMXDictionary d;
     d.set("k", "v");
-    d.set("abcdefgh1", 1L);
-    d.set("abcdefgh2", 2L);
     d.set("a.b", 3L);
     const std::string before = text(d);
     QMXDictionary& self = d;
@@ -271,9 +249,7 @@ TEST(Dictionary, LoopsEnd) {
         EXPECT_EQ(first->getLong("k"), parent == first.get() ? 0 : 1);
         for (QMXDictionary const* d : {first.get(), second.get(), third.get()}) {
             EXPECT_FALSE(d->exists("x"));
-            EXPECT_TRUE(d->getValue("x").isNull());
             EXPECT_EQ(d->getDictionary("k"), nullptr);
-            EXPECT_EQ(d->_internalGetValue("x", true), nullptr);
         }
     }
     *first = QMXDictionary();
@@ -294,18 +270,15 @@ TEST(Dictionary, ItemsAreTwoPartsAroundASign) {
         QMXDictionary d;
         EXPECT_EQ(d.unmarshalItem(c.item), c.stored);
         EXPECT_EQ(text(d), c.text);
-        Counted whole(QMXDictionary::unmarshal(TStr(",x,,") + c.item + ","));
-        EXPECT_EQ(text(*whole), c.text);
     }
     Reports reports;
-    Counted d(QMXDictionary::unmarshal("k=a,l=zz"));
+    Counted d(QMXDictionary::unmarshal(",x,,k=a,l=zz,"));
     EXPECT_EQ(reports.take(),
               (Texts{"Error  could not unmarshal data value a", "Error  could not unmarshal data value zz"}));
 }
 
 // A class of its own that lists fewer keys and sees its strings set.
-class Filter : public QMXDictionary {
-public:
+struct Filter : QMXDictionary {
     using QMXDictionary::set;
     void set(TStr const& key, TStr const& value) override { QMXDictionary::set(key, value.upper()); }
     TList<TStr> keys() const override { return listOf({"b", "absent"}); }
@@ -313,17 +286,13 @@ public:
 
 TEST(Dictionary, OverridesAreAsked) {
     Filter filter;
-    filter.set("a", "x");
-    filter.set("b", "y");
-    EXPECT_EQ(text(filter), "b=hY,");
+    QMXDictionary d;
+    d.set("in", &filter);
+    d.set("in.a", TStr("x"));
+    d.set("in.b", TStr("y"));
+    EXPECT_EQ(text(d), "in=ib!3dhY!2c");
     EXPECT_EQ(textsOf(filter.values()), (Texts{"Y", "<null>"}));
     EXPECT_EQ(text(QMXDictionary(filter)), "b=hY");
-    auto* inner = new Filter();
-    QMXDictionary d;
-    d.set("in", inner);
-    inner->release();
-    d.set("in.b", TStr("z"));
-    EXPECT_EQ(text(d), "in=ib!3dhZ!2c");
 }
 
 TEST(Dictionary, NestingIsBounded) {

@@ -10,16 +10,13 @@ namespace {
 const char undecodable[] = "Error  Could not decode escape in string: ";
 
 TEST(EscapedText, EveryByteComesBackFromItsEscape) {
-    EXPECT_EQ(textOf(marshalString("aZ09_- ,!\xC3\xA9\x7F")), "aZ09_-!20!2c!21!c3!a9!7f");
     const Reports reports;
     std::string bytes;
     std::string expected;
-    for (int round = 0; round < 20; ++round) {
-        for (int byte = 1; byte < 256; ++byte) {
-            bytes += static_cast<char>(byte);
-            const bool plain = byte < 0x80 && (std::isalnum(byte) != 0 || byte == '_' || byte == '-');
-            expected += plain ? std::string(1, bytes.back()) : textOf(TStr("!%1").arg(byte, 2, 16, '0'));
-        }
+    for (int byte = 1; byte < 256; ++byte) {
+        bytes += static_cast<char>(byte);
+        const bool plain = byte < 0x80 && (std::isalnum(byte) != 0 || byte == '_' || byte == '-');
+        expected += plain ? std::string(1, bytes.back()) : textOf(TStr("!%1").arg(byte, 2, 16, '0'));
         const TStr marshalled = marshalString(TStr(bytes.c_str()));
         EXPECT_EQ(textOf(marshalled), expected);
         EXPECT_EQ(textOf(unmarshalString(marshalled)), bytes);

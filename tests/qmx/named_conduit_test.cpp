@@ -12,8 +12,6 @@
 #include "qmx/qmxPipeSession.h"
 #include "support/processes.h"
 
-using testing::HasSubstr;
-
 namespace {
 
 // A process id that belongs to nobody any more.
@@ -135,16 +133,6 @@ TEST_F(NamedConduitTest, Fifos) {
     unlink(prefix().c_str());
 }
 
-TEST_F(NamedConduitTest, TheLockIsBetweenConduits) {
-    QMXPipeNamedConduit one(path(), false, QMXPipe::Synchronous);
-    QMXPipeNamedConduit copy(one);
-    EXPECT_EQ(one.lock(0), 1);
-    EXPECT_EQ(one.lock(0), 1);
-    EXPECT_EQ(one.lockCount(), 2);
-    EXPECT_EQ(QMXPipeNamedConduit(path(), false, QMXPipe::Synchronous).lock(200), 0);
-    copy.terminate(false);
-}
-
 // What stands at each step of a server's end: the id file goes before anything else does.
 struct RecordingServer : QMXPipeNamedConduit {
     RecordingServer(TStr const& prefix, std::string idFile, std::string* record)
@@ -185,30 +173,35 @@ TEST_F(NamedConduitTest, ServerRoleAndItsEnd) {
     EXPECT_FALSE(fileExists(prefix()));
 }
 
-// Connecting to a server that is played by hand, in the callback of each round.
-struct HandServer {
-    RawPeer peer;
+// A server that is played by hand, in the callback of each round: of the conduit only the FIFOs are used.
+struct HandServer : QMXPipeNamedConduit {
+    explicit HandServer(TStr const& prefix) : QMXPipeNamedConduit(prefix, false, QMXPipe::Synchronous) {
+        EXPECT_TRUE(setupReader(0) && readerForKey(0, reader));
+    }
+
+    QMXPipeReadEndpoint reader;
     std::string lines; // all that came
-    int step = 0;
 
     static void serve(void* context) {
         auto* const self = static_cast<HandServer*>(context);
-        std::string const line = self->peer.receive(std::chrono::milliseconds(0));
-        if (line.empty()) {
+        if (!self->reader.canReadLine()) {
             return;
         }
+        std::string const line = self->reader.readLine().toUtf8();
         self->lines += line + "\n";
         // The ids of the reply are the request's, exchanged: the client's own one comes first.
         size_t const code = line.find(';') + 1;
         size_t const first = line.find(';', code) + 1;
         size_t const second = line.find(';', first) + 1;
         std::string const client = line.substr(second, line.find(';', second) - second);
-        self->peer.send("65536;system.RESP;" + client + ";77;0;1;RSCD=d0\n");
+        QMXPipeWriteEndpoint writer;
+        EXPECT_TRUE(self->setupWriter(getpid()) && self->writerForKey(getpid(), writer));
+        writer.write(TStr(("65536;system.RESP;" + client + ";77;0;1;RSCD=d0\n").c_str()));
     }
 };
 
 TEST_F(NamedConduitTest, HandshakeLineByLine) {
-    HandServer server{{prefix(), 0, getpid()}, {}};
+    HandServer server(path());
     writeFile(idFile(), std::to_string(getpid()));
     QMXPipeNamedConduit* seen = nullptr;
     Client client(QMXPipeNamedConduit::connect("/none", path(), 100000, HandServer::serve, &server, &seen));
@@ -260,7 +253,7 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
     EXPECT_EQ(caller.self, nullptr);
 
     // A server that never replies to the handshake.
-    RawPeer silent(prefix(), 0, getpid());
+    HandServer silent(path());
     writeFile(idFile(), std::to_string(getpid()));
     caller = Caller();
     Client client(QMXPipeNamedConduit::connect("/none", path(), 1000, Caller::cancel, &caller, &caller.self));
@@ -269,7 +262,7 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
     EXPECT_EQ(client->lockCount(), 0);
     client->terminate(false);
     client.reset();
-    EXPECT_THAT(silent.receive(), HasSubstr("system.cndCnct"));
+    EXPECT_THAT(silent.reader.readLine().toUtf8(), testing::HasSubstr("system.cndCnct"));
     unlink(idFile().c_str());
 
     // Somebody else holds the lock.

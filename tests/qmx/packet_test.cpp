@@ -33,9 +33,7 @@ TEST(Packet, NamesAreCutAtTheFirstPoint) {
         EXPECT_EQ(packet.isNull(), *c.code == 0);
     }
     // Never named: empty and not null, so that it can be sent back as an attribute.
-    const QMXPipePacket unnamed(QMXPipe::SynchronicityDefault);
-    EXPECT_EQ(textOf(unnamed.code()), "");
-    EXPECT_EQ(lineOf(unnamed), "65536;.;0;0;0;0");
+    EXPECT_EQ(textOf(QMXPipePacket(QMXPipe::SynchronicityDefault).code()), "");
 }
 
 TEST(Packet, LineHoldsAllFieldsAndSwapsTheIds) {
@@ -55,14 +53,7 @@ TEST(Packet, LineHoldsAllFieldsAndSwapsTheIds) {
     EXPECT_EQ(textOf(packet.marshal(true)), textOf(line));
     EXPECT_EQ(reports.take(), Texts{"Packet Marshalled:" + textOf(line)});
     QMXBase::setLogSink(nullptr, nullptr);
-    EXPECT_EQ(other.sessionId(), -12);
-    EXPECT_EQ(other.synchronicity(), QMXPipe::Synchronous);
     EXPECT_EQ(textOf(other.marshal(true)), lineOf(packet));
-
-    QMXPipePacket assigned(QMXPipe::SynchronicityDefault);
-    assigned = packet;
-    EXPECT_EQ(lineOf(assigned), lineOf(packet));
-    EXPECT_EQ(lineOf(QMXPipePacket(packet)), lineOf(packet));
 
     // What stands under a literal path goes where that leads, in a copy as in an assignment.
     QMXPipePacket odd(QMXPipe::SynchronicityDefault);
@@ -108,38 +99,27 @@ TEST(Packet, AttributesByType) {
     packet.setAttribute("none", TStr());
     packet.setAttribute("none", TStr::null);
     packet.setAttribute("l", 1L << 40 | 5);
-    packet.setAttribute("i", -5);
     packet.setAttribute("t", listOf({"a", "b"}));
     packet.setAttribute("d", nested);
     nested.set("in", 2L);
 
-    // Which of: any, long, int, string, list, dictionary.
+    // Which of: any, int, string, list, dictionary.
     const std::pair<char const*, char const*> cases[] = {
-        {"s", "*  s  "}, {"l", "*li   "},    {"i", "*li   "},    {"t", "*   t "},
-        {"d", "*    d"}, {"none", "      "}, {"d.in", "*li   "},
+        {"s", "* s  "}, {"l", "*i   "}, {"t", "*  t "}, {"d", "*   d"}, {"none", "     "}, {"d.in", "*i   "},
     };
     for (auto const& [name, kinds] : cases) {
-        const bool has[] = {packet.hasAttribute(name),           packet.hasLongAttribute(name),
-                            packet.hasIntAttribute(name),        packet.hasStringAttribute(name),
-                            packet.hasStringListAttribute(name), packet.hasDictionaryAttribute(name)};
-        for (int i = 0; i < 6; ++i) {
+        const bool has[] = {packet.hasAttribute(name), packet.hasIntAttribute(name),
+                            packet.hasStringAttribute(name), packet.hasStringListAttribute(name),
+                            packet.hasDictionaryAttribute(name)};
+        for (int i = 0; i < 5; ++i) {
             EXPECT_EQ(has[i], kinds[i] != ' ') << name << " " << i;
         }
     }
-    EXPECT_EQ(textOf(packet.attributeAsString("s")), "text");
-    EXPECT_EQ(packet.attributeAsLong("l"), 1L << 40 | 5);
     EXPECT_EQ(packet.attributeAsInt("l"), 5);
-    EXPECT_EQ(textsOf(packet.attributeAsStringList("t")), (Texts{"a", "b"}));
     EXPECT_EQ(packet.attributeAsDictionary("d").getLong("in"), 1);
     EXPECT_EQ(textsOf(packet.attributeAsDictionary("none").keys()), Texts());
     packet.attributes().set("l", 0L); // a copy
-    EXPECT_EQ(packet.attributeAsInt("l"), 5);
-    packet.setAttributes(nested);
-    packet.updateAttributes(packet.attributes());
-    EXPECT_EQ(textsOf(packet.attributeNames()), Texts{"in"});
-    EXPECT_EQ(textsOf(packet.attributeValues()), Texts{"2"});
-    packet.clearAttributes();
-    EXPECT_FALSE(packet.hasAttribute("in"));
+    EXPECT_EQ(packet.attributeAsLong("l"), 1L << 40 | 5);
 }
 
 TEST(Packet, MadeFromWhatAPersonTypes) {
@@ -154,10 +134,6 @@ TEST(Packet, MadeFromWhatAPersonTypes) {
     };
     for (auto const& c : cases) {
         SCOPED_TRACE(c.text);
-        QMXPipePacket* fromText = QMXPipePacket::packetFromString(c.text);
-        EXPECT_EQ(lineOf(*fromText), c.line);
-        EXPECT_EQ(fromText->release(), 0);
-
         Texts words = {"program"};
         for (std::string const& word : textsOf(stringSplit(c.text, "\n"))) {
             words.push_back(word == "<null>" ? "" : word);
@@ -166,10 +142,12 @@ TEST(Packet, MadeFromWhatAPersonTypes) {
         for (std::string& word : words) {
             argv.push_back(word.data());
         }
-        QMXPipePacket* fromWords =
-            QMXPipePacket::packetFromCommandLine(static_cast<int>(argv.size()), argv.data());
-        EXPECT_EQ(lineOf(*fromWords), c.line);
-        EXPECT_EQ(fromWords->release(), 0);
+        for (QMXPipePacket* packet :
+             {QMXPipePacket::packetFromString(c.text),
+              QMXPipePacket::packetFromCommandLine(static_cast<int>(argv.size()), argv.data())}) {
+            EXPECT_EQ(lineOf(*packet), c.line);
+            EXPECT_EQ(packet->release(), 0);
+        }
     }
 }
 

@@ -1,5 +1,6 @@
 #include "support/processes.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
@@ -97,55 +98,6 @@ int Child::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-RawPeer::RawPeer(std::string const& prefix, int own, int partner)
-    : input_(prefix + "/" + std::to_string(own)), output_(prefix + "/" + std::to_string(partner)) {
-    ::mkdir(prefix.c_str(), 0770);
-    ::mkfifo(input_.c_str(), 0700);
-    reader_ = ::open(input_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    reach();
-}
-
-RawPeer::~RawPeer() {
-    ::close(reader_);
-    ::close(writer_);
-    ::unlink(input_.c_str());
-}
-
-bool RawPeer::reach() {
-    if (writer_ < 0) {
-        writer_ = ::open(output_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    }
-    return writer_ >= 0;
-}
-
-void RawPeer::send(std::string const& bytes) {
-    EXPECT_TRUE(reach()) << output_;
-    size_t done = 0;
-    EXPECT_TRUE(eventually([&] {
-        ssize_t const sent = ::write(writer_, bytes.data() + done, bytes.size() - done);
-        done += sent > 0 ? static_cast<size_t>(sent) : 0;
-        return done == bytes.size();
-    }));
-}
-
-std::string RawPeer::receive(std::chrono::milliseconds limit) {
-    size_t end = std::string::npos;
-    eventually(
-        [&] {
-            char buffer[4096];
-            ssize_t const got = ::read(reader_, buffer, sizeof buffer);
-            if (got > 0) {
-                pending_.append(buffer, static_cast<size_t>(got));
-            }
-            end = pending_.find('\n');
-            return end != std::string::npos;
-        },
-        limit);
-    std::string const line = pending_.substr(0, end == std::string::npos ? 0 : end);
-    pending_.erase(0, end == std::string::npos ? 0 : end + 1);
-    return line;
-}
-
 void ProcessTest::SetUp() {
     sigset_t const signals = pipeSignal();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
@@ -170,11 +122,10 @@ void ProcessTest::TearDown() {
     endServer();
     QMXBase::setLogSink(nullptr, nullptr);
     for (std::string const& error : errors_) {
-        bool known = false;
-        for (std::string const& part : expected_) {
-            known = known || error.find(part) != std::string::npos;
-        }
-        EXPECT_TRUE(known) << "logged: " << error;
+        EXPECT_TRUE(
+            std::any_of(expected_.begin(), expected_.end(),
+                        [&](std::string const& part) { return error.find(part) != std::string::npos; }))
+            << "logged: " << error;
     }
     for (auto const& entry : fs::directory_iterator(directory_)) {
         if (entry.path().filename().string().rfind("sanitizer", 0) == 0) {

@@ -41,29 +41,6 @@ private:
     int pid_ = 0;
 };
 
-// One side of the FIFO protocol by hand: an input FIFO of its own, lines to another one.
-class RawPeer {
-public:
-    // Makes prefix/own with a reader, and opens prefix/partner for writing.
-    RawPeer(std::string const& prefix, int own, int partner);
-    RawPeer(RawPeer const&) = delete;
-    RawPeer& operator=(RawPeer const&) = delete;
-    ~RawPeer();
-
-    // Opens the partner's FIFO if it was not there yet.
-    bool reach();
-    void send(std::string const& bytes);
-    // What has come, up to a line feed (not included); "" when nothing comes within `limit`.
-    std::string receive(std::chrono::milliseconds limit = std::chrono::seconds(30));
-
-private:
-    std::string input_;
-    std::string output_;
-    std::string pending_;
-    int reader_ = -1;
-    int writer_ = -1;
-};
-
 // A prefix of its own for each test, in a temporary directory. Whatever server stands on it is ended with
 // SIGTERM after the test and has to take its files with it; lines that the client side logs as errors fail
 // the test unless expected.
