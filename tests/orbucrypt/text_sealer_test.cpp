@@ -13,24 +13,6 @@ constexpr auto kVersion1 = CCryptUtil::CryptVersion1;
 constexpr auto kVersion2 = CCryptUtil::CryptVersion2;
 constexpr char kCafe[] = "caf\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC";
 
-TEST(TextSealer, TurnsStoredBlocksIntoKeys) {
-    struct {
-        int count;
-        std::vector<unsigned char> stored, real;
-    } const rows[] = {
-        {0, {0x02, 0x01}, {0x02, 0x01}},
-        {1, {0x02, 0x01}, {0x81, 0x00}},
-        {2, {0x02, 0x01}, {0x00, 0x80}},
-        {37, {0x80, 0x01, 0x5A}, {0x0A, 0xD1, 0x55}},
-        {5, {}, {}},
-    };
-    for (auto const& row : rows) {
-        CryptoPP::SecByteBlock block(row.stored.data(), row.stored.size());
-        exposeCryptInfo(row.count, block);
-        EXPECT_EQ(std::vector<unsigned char>(block.begin(), block.end()), row.real) << row.count;
-    }
-}
-
 TEST(TextSealer, GivesTheKnownTextsAndTakesThemBack) {
     struct {
         int version;

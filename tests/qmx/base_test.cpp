@@ -41,6 +41,12 @@ TEST(Base, CountersCountAndSpeakAtTheirEndWhenOutOfBalance) {
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "!!!!! -----------\n!!!!! Counter Discrepancy detected at shutdown in short of two: -2\n"
               "!!!!! ---------\n\n");
+
+    const long instances = QMXBasePrivate::mAllocatedInstances.value();
+    QMXBase::incrementAllocatedBytes(40); // an instance, too
+    EXPECT_EQ(QMXBase::allocatedBytes(), 40);
+    EXPECT_EQ(QMXBasePrivate::mAllocatedInstances.value(), instances + 1);
+    QMXBase::decrementAllocatedBytes(40);
 }
 
 TEST(Base, MessagesReachTheSinkThatIsSet) {

@@ -3,34 +3,29 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace {
 
 std::string text(QMXDictionary const& dictionary) { return textOf(dictionary.marshal()); }
 
-// A dictionary that is released at the end of the test.
-class Counted {
-public:
-    explicit Counted(QMXDictionary* dictionary = new QMXDictionary()) : mpDictionary(dictionary) {}
-    Counted(Counted const&) = delete;
-    Counted& operator=(Counted const&) = delete;
-    ~Counted() { mpDictionary->release(); }
-
-    QMXDictionary* operator->() const { return mpDictionary; }
-    QMXDictionary& operator*() const { return *mpDictionary; }
-    QMXDictionary* get() const { return mpDictionary; }
-    // References beside ours.
-    long shared() const {
-        mpDictionary->retain();
-        return mpDictionary->release() - 1;
-    }
-
-private:
-    QMXDictionary* mpDictionary;
+struct Release {
+    void operator()(QMXDictionary* dictionary) const { dictionary->release(); }
 };
+
+using Counted = std::unique_ptr<QMXDictionary, Release>;
+
+Counted counted(QMXDictionary* parent = nullptr) { return Counted(new QMXDictionary(parent)); }
+
+// References beside ours.
+long shared(Counted const& dictionary) {
+    dictionary->retain();
+    return dictionary->release() - 1;
+}
 
 TEST(Dictionary, EachKindOfValueUnderItsKey) {
     int here = 0;
-    Counted nested;
+    Counted nested = counted();
     QMXDictionary d;
     d.set("empty");
     d.set("bool", true);
@@ -63,13 +58,13 @@ TEST(Dictionary, EachKindOfValueUnderItsKey) {
         EXPECT_EQ(d.getLong(c.key), c.number);
         EXPECT_EQ(d.getValue(c.key).type(), d.exists(c.key) ? c.type : 0);
     }
-    EXPECT_EQ(d.getPointer("pointer"), &here);
+    EXPECT_TRUE(d.getBool("bool") && d.getDouble("double") == 1.5 && d.getPointer("pointer") == &here);
     EXPECT_EQ(d.getDictionary("nothing"), nullptr);
     EXPECT_EQ(d.getDictionary("int"), nullptr);
     Counted got(d.getDictionary("shared"));
-    EXPECT_EQ(nested.shared(), 2);
+    EXPECT_EQ(shared(nested), 2);
     d.clear();
-    EXPECT_EQ(nested.shared(), 1);
+    EXPECT_EQ(shared(nested), 1);
 }
 
 TEST(Dictionary, OrderIsByBucketThenByAge) {
@@ -88,14 +83,14 @@ TEST(Dictionary, OrderIsByBucketThenByAge) {
 
 TEST(Dictionary, ParentsAreReadOnly) {
     int here = 0;
-    Counted parent;
+    Counted parent = counted();
     parent->set("x", "theirs");
     parent->set("p", static_cast<void*>(&here));
-    parent->set("d", *Counted());
+    parent->set("d", *counted());
     parent->set("both", 1L);
     {
-        Counted child(new QMXDictionary(parent.get()));
-        EXPECT_EQ(parent.shared(), 1);
+        Counted child = counted(parent.get());
+        EXPECT_EQ(shared(parent), 1);
         child->set("both", 2L);
         child->set("p", 3L);
         child->set("d", 4L);
@@ -117,16 +112,16 @@ TEST(Dictionary, ParentsAreReadOnly) {
 
         QMXDictionary copy(*child);
         EXPECT_EQ(textOf(copy.getString("x")), "theirs");
-        EXPECT_EQ(parent.shared(), 2);
+        EXPECT_EQ(shared(parent), 2);
         copy = QMXDictionary();
         EXPECT_FALSE(copy.exists("x"));
     }
-    EXPECT_EQ(parent.shared(), 0);
+    EXPECT_EQ(shared(parent), 0);
 }
 
 TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
-    Counted inner;
-    Counted deep;
+    Counted inner = counted();
+    Counted deep = counted();
     QMXDictionary d;
     d.set("a", inner.get());
     inner->set("b", deep.get());
@@ -182,7 +177,7 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
     EXPECT_EQ(text(d), "z=d1,,i=d1,a=hno!20dictionary");
 
     // With a dictionary in the way the path is found, but the literal entry is what is told.
-    d.set("a", *Counted());
+    d.set("a", *counted());
     d.set("a.b", 3L);
     EXPECT_EQ(d.getLong("a.b"), 3);
     EXPECT_EQ(textOf(d.marshalItem("a.b")), "a.b=d2");
@@ -194,6 +189,8 @@ TEST(Dictionary, AnUnreachablePathIsKeptUnderItsLiteralText) {
 TEST(Dictionary, TakesItselfAndItsOwnParts) {
     QMXDictionary d;
     d.set("k", "v");
+    d.set("abcdefgh1", 1L); // in one bucket with the next
+    d.set("abcdefgh2", 2L);
     d.set("a.b", 3L);
     const std::string before = text(d);
     QMXDictionary& self = d;
@@ -204,7 +201,7 @@ TEST(Dictionary, TakesItselfAndItsOwnParts) {
     EXPECT_EQ(textOf(d.getString("k")), "v");
 
     // An entry's dictionary whose last reference is the entry's.
-    QMXDictionary* inner = new QMXDictionary();
+    auto* inner = new QMXDictionary();
     inner->set("k", "inner");
     d.set("in", inner);
     inner->release();
@@ -220,7 +217,7 @@ TEST(Dictionary, TakesItselfAndItsOwnParts) {
     EXPECT_EQ(text(child), "k=hparent");
 
     // The walk of the other meets a path that leads back into the other.
-    Counted other;
+    Counted other = counted();
     other->set("a.x", 1L);
     other->set("b", 2L);
     QMXDictionary holder;
@@ -231,8 +228,8 @@ TEST(Dictionary, TakesItselfAndItsOwnParts) {
 }
 
 TEST(Dictionary, LoopsEnd) {
-    Counted a;
-    Counted b;
+    Counted a = counted();
+    Counted b = counted();
     a->set("b", b.get());
     b->set("a", a.get());
     a->set("self", a.get());
@@ -240,15 +237,17 @@ TEST(Dictionary, LoopsEnd) {
     a->clear();
 
     // A parent that becomes a child of itself, directly or behind others.
-    Counted first;
-    Counted second(new QMXDictionary(first.get()));
-    Counted third(new QMXDictionary(second.get()));
+    Counted first = counted();
+    Counted second = counted(first.get());
+    Counted third = counted(second.get());
     second->set("k", 1L);
     for (QMXDictionary* parent : {first.get(), second.get(), third.get()}) {
         *first = QMXDictionary(parent);
         EXPECT_EQ(first->getLong("k"), parent == first.get() ? 0 : 1);
         for (QMXDictionary const* d : {first.get(), second.get(), third.get()}) {
             EXPECT_FALSE(d->exists("x"));
+            EXPECT_TRUE(d->getValue("x").isNull());
+            EXPECT_EQ(d->_internalGetValue("x", true), nullptr);
             EXPECT_EQ(d->getDictionary("k"), nullptr);
         }
     }

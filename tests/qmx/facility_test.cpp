@@ -30,6 +30,7 @@ TEST_F(FacilityTest, ReadsSelectDictionaries) {
     EXPECT_EQ(valueOf(facility, "base", "plain"), "a!20b");
     EXPECT_EQ(valueOf(facility, "base", "list"), "#3:x,y!20z,");
     EXPECT_EQ(valueOf(facility, "derived", "plain"), "a!20b");
+    EXPECT_EQ(valueOf(facility, "derived", "own"), "");
     EXPECT_EQ(valueOf(facility, "orphan", "own"), "1");
     EXPECT_EQ(valueOf(facility, "none", "plain"), "no dictionary");
 }
