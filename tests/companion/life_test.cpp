@@ -86,7 +86,7 @@ TEST_F(LifeTest, WhatEndsAServer) {
         EXPECT_EQ(sem_open(lockName().c_str(), 0), SEM_FAILED) << step.what;
     }
 
-    std::string const hostPrefix = directory() + "/QMX" + std::to_string(host.pid());
+    std::string const hostPrefix = in("QMX" + std::to_string(host.pid()));
     Child server({serverPath()}, {"PROCESS_ARGUMENTS=" + hostPrefix, "ORBU_QMX_IDLE=never"});
     ASSERT_TRUE(eventually([&] { return !fileText(hostPrefix + "/.serverpid").empty(); }));
     // What the host could not take away any more goes with it.
@@ -182,8 +182,8 @@ TEST_F(LifeTest, Programs) {
         {{serverPath()}, 2},
         {{serverPath(), "x"}, 2},
         {{launcher}, 2},
-        {{launcher, directory() + "/none"}, 127},
-        {{launcher, directory()}, 126},
+        {{launcher, in("none")}, 127},
+        {{launcher, mPlace}, 126},
         {{launcher, "/bin/sh", "-c", "test \"$PROCESS_ARGUMENTS\" = 'a b'; exit $?"}, 0},
     };
     for (auto const& step : cases) {

@@ -39,24 +39,19 @@ TEST(Dictionary, EachKindOfValueUnderItsKey) {
     d.set("nothing", static_cast<QMXDictionary*>(nullptr));
     nested->set("later", 1L);
 
-    struct {
-        char const* key;
-        int type;
-        char const* string;
-        long number;
-    } const cases[] = {
+    std::tuple<char const*, int, char const*, long> const cases[] = {
         {"empty", 1, "<null>", 0},     {"bool", 2, "true", 1},       {"int", 3, "7", 7},
         {"double", 4, "1.5", 1},       {"pointer", 6, "<null>", 0},  {"chars", 7, "plain", 0},
         {"list", 9, "#2:a,b", 0},      {"shared", 8, "later=d1", 0}, {"copied", 8, "", 0},
         {"nothing", 8, "<null>", 0},   {"absent", 1, "<null>", 0},   {"shared.later", 3, "1", 1},
         {"nothing.x", 1, "<null>", 0}, {"", 1, "<null>", 0},         {"int.", 3, "7", 7},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.key);
-        EXPECT_EQ(d.typeOf(c.key), c.type);
-        EXPECT_EQ(textOf(d[c.key]), c.string);
-        EXPECT_EQ(d.getLong(c.key), c.number);
-        EXPECT_EQ(d.getValue(c.key).type(), d.exists(c.key) ? c.type : 0);
+    for (auto const& [key, type, string, number] : cases) {
+        SCOPED_TRACE(key);
+        EXPECT_EQ(d.typeOf(key), type);
+        EXPECT_EQ(textOf(d[key]), string);
+        EXPECT_EQ(d.getLong(key), number);
+        EXPECT_EQ(d.getValue(key).type(), d.exists(key) ? type : 0);
     }
     EXPECT_TRUE(d.getBool("bool") && d.getDouble("double") == 1.5 && d.getPointer("pointer") == &here);
     EXPECT_EQ(d.getDictionary("nothing"), nullptr);
@@ -128,12 +123,7 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
     deep->set("c", 1L);
     inner->set("s", "text");
     d.set("null", static_cast<QMXDictionary*>(nullptr));
-    struct {
-        char const* key;
-        QMXDictionary const* home;
-        char const* rest;
-        char const* value;
-    } const cases[] = {
+    std::tuple<char const*, QMXDictionary const*, char const*, char const*> const cases[] = {
         {"a.b.c", deep.get(), "c", "1"},
         {"a.s", inner.get(), "s", "text"},
         {"a.b.new", deep.get(), "new", "-"},
@@ -145,14 +135,14 @@ TEST(Dictionary, PathsResolveThroughNestedDictionaries) {
         {"", nullptr, "", "-"},
         {"a..s", nullptr, "a..s", "-"},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.key);
-        TStr key(c.key);
+    for (auto const& [path, home, rest, expected] : cases) {
+        SCOPED_TRACE(path);
+        TStr key(path);
         QMXValue untouched;
         QMXValue* value = &untouched;
-        EXPECT_EQ(d.resolve(key, &value, false), c.home);
-        EXPECT_EQ(textOf(key), c.rest);
-        EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), c.value);
+        EXPECT_EQ(d.resolve(key, &value, false), home);
+        EXPECT_EQ(textOf(key), rest);
+        EXPECT_EQ(value == nullptr ? "-" : textOf(value->asString()), expected);
     }
 
     d.set("a.new", 2L);
@@ -255,20 +245,16 @@ TEST(Dictionary, LoopsEnd) {
 }
 
 TEST(Dictionary, ItemsAreTwoPartsAroundASign) {
-    struct {
-        char const* item;
-        bool stored;
-        char const* text;
-    } const cases[] = {
+    std::tuple<char const*, bool, char const*> const cases[] = {
         {"k=d1", true, "k=d1"}, {"k=a", true, "k=a"}, {"k=h", true, "k=h"},         {"k=", false, ""},
         {"k", false, ""},       {"", false, ""},      {"k=d1=", true, "k=d1"},      {"k=d1=x", false, ""},
         {"k==", true, "k=a"},   {"=d1", true, ""},    {"%1%2=hx", true, "%1%2=hx"},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.item);
+    for (auto const& [item, stored, expected] : cases) {
+        SCOPED_TRACE(item);
         QMXDictionary d;
-        EXPECT_EQ(d.unmarshalItem(c.item), c.stored);
-        EXPECT_EQ(text(d), c.text);
+        EXPECT_EQ(d.unmarshalItem(item), stored);
+        EXPECT_EQ(text(d), expected);
     }
     Reports reports;
     Counted d(QMXDictionary::unmarshal(",x,,k=a,l=zz,"));

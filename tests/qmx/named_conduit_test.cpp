@@ -39,11 +39,8 @@ TEST_F(NamedConduitTest, WhetherAServerRuns) {
     makePrefix();
     std::string const own = std::to_string(getpid());
     std::string const dead = std::to_string(deadProcess());
-    struct {
-        std::string content;
-        bool runs;
-        bool stays;
-    } const cases[] = {
+    // What the file holds, whether a server runs, and whether the file stays.
+    std::tuple<std::string, bool, bool> const cases[] = {
         {own, true, true},
         {"1", true, true}, // whoever it belongs to
         {" \n" + own + "\n", true, true},
@@ -60,13 +57,13 @@ TEST_F(NamedConduitTest, WhetherAServerRuns) {
         {dead, false, false},
         {"-" + dead, false, false},
     };
-    for (auto const& step : cases) {
-        std::string const shown = step.content.substr(0, 40);
-        writeFile(idFile(), step.content);
+    for (auto const& [content, runs, stays] : cases) {
+        SCOPED_TRACE(content.substr(0, 40));
+        writeFile(idFile(), content);
         for (int again = 0; again < 2; ++again) {
-            EXPECT_EQ(conduit.isServerRunning(), step.runs) << shown;
+            EXPECT_EQ(conduit.isServerRunning(), runs);
         }
-        EXPECT_EQ(fileExists(idFile()), step.stays) << shown;
+        EXPECT_EQ(fileExists(idFile()), stays);
     }
 
     // A file that has long been left alone is not read in every round, but each change of it is seen.

@@ -10,12 +10,7 @@ namespace {
 std::string lineOf(QMXPipePacket const& packet) { return textOf(packet.marshal(false)); }
 
 TEST(Packet, NamesAreCutAtTheFirstPoint) {
-    struct {
-        char const* text;
-        char const* facility;
-        char const* code;
-        char const* both;
-    } const cases[] = {
+    char const* const cases[][4] = {
         {"orbu.ErrorDialog", "orbu", "ErrorDialog", "orbu.ErrorDialog"},
         {"ping", "ping", "", "ping."},
         {"a.b.c", "a", "b.c", "a.b.c"},
@@ -23,14 +18,14 @@ TEST(Packet, NamesAreCutAtTheFirstPoint) {
         {"\xC3\xA9\xC3\xA9.x", "\xC3\xA9\xC3\xA9", "x", "\xC3\xA9\xC3\xA9.x"},
         {"", "", "", "."},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
+    for (auto const& [name, facility, code, both] : cases) {
+        SCOPED_TRACE(name);
         QMXPipePacket packet("was.there", nullptr, QMXPipe::SynchronicityDefault);
-        packet.setFacilityAndCode(c.text);
-        EXPECT_EQ(textOf(packet.facility()), c.facility);
-        EXPECT_EQ(textOf(packet.code()), c.code);
-        EXPECT_EQ(textOf(packet.facilityAndCode()), c.both);
-        EXPECT_EQ(packet.isNull(), *c.code == 0);
+        packet.setFacilityAndCode(name);
+        EXPECT_EQ(textOf(packet.facility()), facility);
+        EXPECT_EQ(textOf(packet.code()), code);
+        EXPECT_EQ(textOf(packet.facilityAndCode()), both);
+        EXPECT_EQ(packet.isNull(), *code == 0);
     }
     // Never named: empty and not null, so that it can be sent back as an attribute.
     EXPECT_EQ(textOf(QMXPipePacket(QMXPipe::SynchronicityDefault).code()), "");
@@ -64,10 +59,8 @@ TEST(Packet, LineHoldsAllFieldsAndSwapsTheIds) {
 }
 
 TEST(Packet, ReadsAnyLine) {
-    struct {
-        char const* line;
-        char const* result; // the line of a packet "was.there" with the attribute old=d1 afterwards
-    } const cases[] = {
+    // The line, and that of a packet "was.there" with the attribute old=d1 afterwards.
+    std::pair<char const*, char const*> const cases[] = {
         {"65537;a.b;1;2;3;2;k=d1", "65536;was.there;0;0;0;0;old=d1"},
         {"", "65536;was.there;0;0;0;0;old=d1"},
         {";65536;a.b", "65536;was.there;0;0;0;0;old=d1"},
@@ -82,12 +75,12 @@ TEST(Packet, ReadsAnyLine) {
         {"65536;a.b;1;2;3;2;\xC3\xA9=d1;k=d2;l=d3", "65536;a.b;1;2;3;2;;l=d3;\xC3\xA9==a;old=d1"},
         {"65536;a.b;1;2;3;2;old=hnew", "65536;a.b;1;2;3;2;old=hnew"},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.line);
+    for (auto const& [line, result] : cases) {
+        SCOPED_TRACE(line);
         QMXPipePacket packet("was.there", nullptr, QMXPipe::SynchronicityDefault);
         packet.setAttribute("old", 1);
-        packet.unmarshal(c.line);
-        EXPECT_EQ(lineOf(packet), c.result);
+        packet.unmarshal(line);
+        EXPECT_EQ(lineOf(packet), result);
     }
 }
 
@@ -123,19 +116,16 @@ TEST(Packet, AttributesByType) {
 }
 
 TEST(Packet, MadeFromWhatAPersonTypes) {
-    struct {
-        char const* text;
-        char const* line;
-    } const cases[] = {
+    std::pair<char const*, char const*> const cases[] = {
         {"", "65536;test.ping;0;0;0;2"},
         {"a.b", "65536;a.b;0;0;0;2"},
         {"a.b\nk=v\nnoequals\n=x\n\ne=", "65536;a.b;0;0;0;2;k=hv;e=h"},
         {"a\nk=x=y\nk=12", "65536;a.;0;0;0;2;k=h12"},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
+    for (auto const& [typed, line] : cases) {
+        SCOPED_TRACE(typed);
         Texts words = {"program"};
-        for (std::string const& word : textsOf(stringSplit(c.text, "\n"))) {
+        for (std::string const& word : textsOf(stringSplit(typed, "\n"))) {
             words.push_back(word == "<null>" ? "" : word);
         }
         std::vector<char*> argv;
@@ -143,9 +133,9 @@ TEST(Packet, MadeFromWhatAPersonTypes) {
             argv.push_back(word.data());
         }
         for (QMXPipePacket* packet :
-             {QMXPipePacket::packetFromString(c.text),
+             {QMXPipePacket::packetFromString(typed),
               QMXPipePacket::packetFromCommandLine(static_cast<int>(argv.size()), argv.data())}) {
-            EXPECT_EQ(lineOf(*packet), c.line);
+            EXPECT_EQ(lineOf(*packet), line);
             EXPECT_EQ(packet->release(), 0);
         }
     }

@@ -85,12 +85,7 @@ TEST(Value, ConvertsByItsTypeAndComesBackFromItsText) {
 }
 
 TEST(Value, AnyTextGivesAValueOrAReport) {
-    struct {
-        char const* text;
-        int type;
-        char const* string;
-        Texts reports;
-    } const cases[] = {
+    std::tuple<char const*, int, char const*, Texts> const cases[] = {
         {"", 0, "<null>", {}},
         {"d12x", 3, "0", {}},
         {"d!31!32", 3, "12", {}},
@@ -108,13 +103,13 @@ TEST(Value, AnyTextGivesAValueOrAReport) {
         {"\xC3\xA9", 0, "<null>", {"Error  could not unmarshal data value \xC3\xA9"}},
         {"ik!3dx,", 8, "k=a", {"Error  could not unmarshal data value x"}},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.text);
+    for (auto const& [text, type, string, expected] : cases) {
+        SCOPED_TRACE(text);
         Reports reports;
-        const QMXValue value = QMXValue::unmarshal(c.text);
-        EXPECT_EQ(reports.take(), c.reports);
-        EXPECT_EQ(value.type(), c.type);
-        EXPECT_EQ(textOf(value.asString()), c.string);
+        const QMXValue value = QMXValue::unmarshal(text);
+        EXPECT_EQ(reports.take(), expected);
+        EXPECT_EQ(value.type(), type);
+        EXPECT_EQ(textOf(value.asString()), string);
     }
 }
 

@@ -4,9 +4,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <poll.h>
 #include <semaphore.h>
 #include <sys/prctl.h>
@@ -18,7 +15,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
 sigset_t pipeSignal() {
@@ -29,26 +25,6 @@ sigset_t pipeSignal() {
 }
 
 } // namespace
-
-bool eventually(std::function<bool()> const& condition, std::chrono::milliseconds limit) {
-    for (auto const end = Clock::now() + limit; !condition(); ::usleep(1000)) {
-        if (Clock::now() >= end) {
-            return condition();
-        }
-    }
-    return true;
-}
-
-bool fileExists(std::string const& path) { return ::access(path.c_str(), F_OK) == 0; }
-
-std::string fileText(std::string const& path) {
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-void writeFile(std::string const& path, std::string const& text) {
-    std::ofstream(path, std::ios::trunc) << text;
-}
 
 Child::Child(std::function<int()> const& body) : pid_(::fork()) {
     if (pid_ == 0) {
@@ -101,18 +77,15 @@ int Child::wait() {
 void ProcessTest::SetUp() {
     sigset_t const signals = pipeSignal();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::string name = (fs::temp_directory_path() / "orbu-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    directory_ = name;
     // The last component names the lock, so it has to be the test's own; a number at its end would name a
     // host.
-    prefix_ = directory_ + "/" + fs::path(directory_).filename().string() + "-server";
-    setVariable("ORBU_QMX_LOG", directory_ + "/server.log");
+    prefix_ = in(fs::path(mPlace).filename().string() + "-server");
+    setVariable("ORBU_QMX_LOG", in("server.log"));
     // Whatever a sanitizer says in a daemon is looked for here.
     for (char const* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
         char const* const former = ::getenv(options);
-        setVariable(options, (former != nullptr ? std::string(former) + ":" : "") + "log_path=" + directory_ +
-                                 "/sanitizer");
+        setVariable(options,
+                    (former != nullptr ? std::string(former) + ":" : "") + "log_path=" + in("sanitizer"));
     }
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     QMXBase::setLogSink(log, this);
@@ -127,13 +100,13 @@ void ProcessTest::TearDown() {
                         [&](std::string const& part) { return error.find(part) != std::string::npos; }))
             << "logged: " << error;
     }
-    for (auto const& entry : fs::directory_iterator(directory_)) {
+    for (auto const& entry : fs::directory_iterator(mPlace)) {
         if (entry.path().filename().string().rfind("sanitizer", 0) == 0) {
             ADD_FAILURE() << fileText(entry.path());
         }
     }
     if (HasFailure()) {
-        std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(directory_ + "/server.log");
+        std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(in("server.log"));
     }
     for (auto entry = variables_.rbegin(); entry != variables_.rend(); ++entry) {
         entry->second.empty() ? ::unsetenv(entry->first.c_str())
@@ -144,7 +117,6 @@ void ProcessTest::TearDown() {
     sigtimedwait(&signals, nullptr, &now);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     ::sem_unlink(lockName().c_str());
-    fs::remove_all(directory_);
 }
 
 void ProcessTest::endServer() {
