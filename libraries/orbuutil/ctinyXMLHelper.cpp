@@ -101,10 +101,10 @@ std::uint32_t CTinyXMLHelper::getChildElements(XMLElement* parent, Values const&
 std::uint32_t CTinyXMLHelper::getFirstChildKeysAndProperties(XMLElement* parent, TStr const& childName,
                                                              TStr const& childValue, Values& properties,
                                                              Values& children) {
-    properties.clear();
-    children.clear();
     XMLElement* found = nullptr;
     std::uint32_t const result = searchElement(parent, childName, childValue, found);
+    properties.clear(); // not before: the arguments may be in there
+    children.clear();
     if (result != Done) {
         return result;
     }

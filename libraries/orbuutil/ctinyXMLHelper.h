@@ -4,9 +4,8 @@
 // takes the parent of a list of records and finds one of them, by the values of attributes or by the text of
 // one of its children.
 //
-// - Results are codes: 0 done; 4 a null parent, or an empty name or value to search for; 5 nothing was found
-// by
-//   a search that succeeded; 29 an element kept its children after it was deleted; 31 no such element; 34 the
+// - Results are codes: 0 done; 4 a null parent, or an empty name or value to search for; 5 a search that
+//   succeeded found nothing; 29 an element kept its children after it was deleted; 31 no such element; 34 the
 //   element has no such child, or a needed set of children is empty.
 // - The records of a list bear the same attributes: one that is absent or empty ends the search with 31, and
 //   what follows is not looked at. Callers depend on it.
@@ -52,8 +51,8 @@ public:
     // A name that is there already keeps its value.
     std::uint32_t getChildElements(XMLElement* parent, Values const& attributes, Values& out);
 
-    // Attributes and children of the element found by a child's text. Both maps are emptied first; 34 when
-    // one of them stays empty.
+    // Attributes and children of the element found by a child's text. Both maps are emptied in any
+    // case; 34 when one of them stays empty.
     std::uint32_t getFirstChildKeysAndProperties(XMLElement* parent, TStr const& childName,
                                                  TStr const& childValue, Values& properties,
                                                  Values& children);

@@ -45,7 +45,8 @@ public:
     // null.
     bool Open(TStr const& name) override;
 
-    // sem_close(3), whose success is the result, and sem_unlink(3) of the name. False with nothing open.
+    // sem_close(3), whose success is the result, and sem_unlink(3) of the name. What was held is not posted,
+    // and counts as held no longer. False with nothing open.
     bool Close() override;
 
     // `timeout` -1: sem_wait(3); a signal ends it, with false. Above 0: microseconds, spent in sleeps of at
@@ -69,8 +70,8 @@ private:
     void post();
 
     sem_t* semaphore = nullptr;
-    State state = State::None;
     TStr name; // as opened; empty when nothing is
+    State state = State::None;
 };
 
 class ORBU_EXPORT OrbuMutex {

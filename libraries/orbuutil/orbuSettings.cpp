@@ -359,28 +359,29 @@ bool OrbuSettings::removeData(TStr const& name, TStr const& key) {
 }
 
 bool OrbuSettings::getSection(TStr const& name, std::map<TStr, TStr>& out) {
-    out.clear();
     ORBU_SETTINGS_ASSERT(!name.isEmpty());
+    std::map<TStr, TStr> found; // `name` may be in `out`
     TStr const prefix = composite(name, {});
     std::string_view const filter = private_settings_bytes(prefix);
     for (auto const& [stored, value] : values) {
         TStr const dataKey = textOf(Pieces(stored).key);
         if (matches(stored, filter) && !dataKey.isEmpty()) { // files may hold anything
-            out.insert_or_assign(dataKey, value);
+            found.insert_or_assign(dataKey, value);
         }
     }
     for (auto const& [changed, value] : pendingSet) {
         if (matches(changed, filter)) {
             TStr const dataKey = textOf(Pieces(changed).key);
             ORBU_SETTINGS_ASSERT(!dataKey.isEmpty());
-            out.insert_or_assign(dataKey, value);
+            found.insert_or_assign(dataKey, value);
         }
     }
     for (auto const& [removed, value] : pendingRemove) {
         if (matches(removed, filter)) {
-            out.erase(textOf(Pieces(removed).key));
+            found.erase(textOf(Pieces(removed).key));
         }
     }
+    out.swap(found);
     return true;
 }
 

@@ -18,8 +18,8 @@
 // reader gets that: the new text is written by one call, with a zero byte behind it, and the file is cut to
 // its length afterwards. Two cases are left. Killed inside that one call, or by a loss of power, a save can
 // leave a text that is torn; killed between making a new file and writing it, an empty file. Both fail open,
-// until the file is removed. A process killed with the mutex in its hands leaves it taken: the next ones
-// wait, until some process closes a mutex of that name.
+// until the file is removed. A process killed with the mutex in its hands leaves it taken: all that come
+// wait for good, until some process closes a mutex of that name, which frees whoever comes after that.
 #pragma once
 
 #include "orbuutil/orbuExport.h"
@@ -58,7 +58,7 @@ public:
     // there is no path from an earlier open to keep; the store is loaded then.
     bool open(TPath const& pathname, bool keepPending);
 
-    // The same from text. There is no path then, and save writes without reading a file anew.
+    // The same from text. Without a path, which only `keepPending` can leave, save reads no file anew.
     bool parse(TStr const& xmlStr, bool keepPending);
 
     // Reads the file that was opened anew, applies the changes, and writes all to `outFile`, whose folder it
@@ -77,7 +77,8 @@ public:
     // A key that was removed reads as before until it is saved: hosts depend on it.
     bool getData(TStr const& name, TStr const& key, TStr& value);
 
-    // Keeps the change for save. True. To take a key away use removeData: a value is never empty.
+    // Keeps the change for save. True. To take a key away use removeData: a value is never empty, and one of
+    // nothing but white space reads back as none.
     bool setData(TStr const& name, TStr const& key, TStr const& value);
 
     // Keeps the removal for save; false for a key that is not there.

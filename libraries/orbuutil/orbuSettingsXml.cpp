@@ -145,9 +145,11 @@ bool OrbuSettings::setXmlData(TStr const& name, TStr const& key, TStr const& val
     const char* const text = private_str_text_or_empty(value.handle());
     tinyxml2::XMLElement* data = findXmlData(section, key);
     if (data != nullptr && data->FirstChild() != nullptr) {
-        if (data->FirstChild()->ToText() == nullptr) {
+        tinyxml2::XMLText* const former = data->FirstChild()->ToText();
+        if (former == nullptr) {
             return false;
         }
+        former->SetCData(false); // a "]]>" in the value would end it, and damage the file
         data->SetText(text);
         return true;
     }

@@ -95,10 +95,11 @@ bool in_search_path(const std::string& list, const std::string& folder) {
 
 TStr OrbuUtil::getOrbuFileLocation(OrbuFileType type, const TStr& locale) {
     const FileKind* const kind = kind_of(type);
+    const bool in_force = hasCustomSettings();
     if (kind == nullptr) {
         return TStr("");
     }
-    if (!hasCustomSettings()) {
+    if (!in_force) {
         return kind->default_folder(locale);
     }
     // Read for all kinds: the line about an unknown variable comes in any case.
@@ -220,8 +221,11 @@ void OrbuUtil::setCustomEnvPathVars() {
     }
     drop_slash(lib);
     std::string framework = private_bytes(gCustomEnvMgr.getStringValue(framework_key));
+    if (framework.empty()) {
+        return;
+    }
     drop_slash(framework);
-    if (framework.empty() || framework == default_framework_parent) {
+    if (framework == default_framework_parent) {
         return;
     }
     const char* const before = std::getenv(private_platform_library_path_variable);

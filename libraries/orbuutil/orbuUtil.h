@@ -134,7 +134,8 @@ public:
     static TStr orbuSTRINGToTStr(const orbuSTRING* from);
 
     // Stores a new terminated copy, which the caller gives to memory_free; its length is -1 when
-    // `zeroTerminated`, else the count of units. A null `to` is a programmer's error: it asserts. True.
+    // `zeroTerminated`, else the count of units. No copy, a null pointer, is made of a text that ends inside
+    // a character. A null `to` is a programmer's error: it asserts. True.
     static bool TStrToorbuSTRING(const TStr& from, orbuSTRING* to, bool zeroTerminated);
 
     // --- for callers written for all platforms ---

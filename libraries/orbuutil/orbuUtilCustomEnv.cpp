@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
+#include <new>
 #include <string_view>
 #include <tinyxml2.h>
 
@@ -15,9 +16,9 @@ namespace {
 constexpr char thin_client_variable[] = "VEXMOOR_ORBU_THINCLIENT_ENV";
 constexpr char custom_variable[] = "VEXMOOR_ORBU_CUSTOM_ENV";
 
-// Expansion ends here: a variable that names itself has no end of its own.
-constexpr int most_references = 1024;
-constexpr size_t most_growth = 1 << 20;
+// Expansion ends when so many bytes have been gone through, the value's length for each reference: a variable
+// that names itself has no end of its own.
+constexpr size_t most_bytes = 16 << 20;
 
 bool begins_character(char byte) { return (static_cast<unsigned char>(byte) & 0xC0) != 0x80; }
 
@@ -48,9 +49,10 @@ long find_from(std::string_view text, std::string_view what, long start) {
 // Replaces "$NAME" by the environment's texts. The position is one of characters throughout: a replacement
 // in front of it moves it in the text, as the first of several equal references is the one replaced.
 std::string expanded(std::string value) {
-    size_t const longest = value.size() + most_growth;
+    size_t bytes = 0;
     long pos = find_from(value, "$", 0);
-    for (int references = 0; pos >= 0 && references < most_references; ++references) {
+    while (pos >= 0 && bytes <= most_bytes) {
+        bytes += value.size();
         if (characters_in(value) == pos + 1) {
             break;
         }
@@ -62,8 +64,7 @@ std::string expanded(std::string value) {
         } else {
             std::printf("Environment variable %s could not be found\n", name.c_str());
         }
-        bool const goes_on = value.size() <= longest && characters_in(value) > pos;
-        pos = goes_on ? find_from(value, "$", pos + 1) : -1;
+        pos = characters_in(value) > pos ? find_from(value, "$", pos + 1) : -1;
     }
     return value;
 }
@@ -76,6 +77,16 @@ UniqueFile open_to_read(char const* path) {
         fd.release();
     }
     return file;
+}
+
+// Fills the document. A file that is larger than memory is an unusable one.
+bool parsed(tinyxml2::XMLDocument& document, std::FILE* file) {
+    try {
+        return document.LoadFile(file) == tinyxml2::XML_SUCCESS;
+    } catch (std::bad_alloc const&) {
+        document.Clear();
+        return false;
+    }
 }
 
 // The STRING of the first KEY of this id that has one.
@@ -127,7 +138,7 @@ int COrbuUtilCustomEnv::loadConfigFile() {
     }
     int const unusable = thin ? ThinClientUnusable : CustomFileUnusable;
     UniqueFile const file = open_to_read(path);
-    if (!file || document->LoadFile(file.get()) != tinyxml2::XML_SUCCESS) {
+    if (!file || !parsed(*document, file.get())) {
         return failed(unusable);
     }
     thin_client = thin ? 1 : 0;

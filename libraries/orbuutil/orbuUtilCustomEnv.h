@@ -51,8 +51,8 @@ public:
     // - "$NAME" reaches up to the next "/" or the end. It is the first occurrence of the same characters in
     //   the value that is replaced, wherever that is. An unknown name prints "Environment variable NAME could
     //   not be found" and a line feed on standard output, and stays. A "$" that ends the value ends it.
-    // - A variable that names itself would never come to an end: after 1024 names, or when a mebibyte has
-    //   been put in, the rest stays as it is.
+    // - A variable that names itself would never come to an end: once 16 MiB have been gone through, the
+    //   value's length for each name, the rest stays as it is.
     TStr getStringValue(const TStr& key);
 
     // The position in characters of the first `what` at or behind character `start`, or -1. A negative start

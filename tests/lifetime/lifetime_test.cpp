@@ -2,19 +2,16 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <cxxabi.h>
 #include <dlfcn.h>
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
 #ifdef LIFETIME_RUN_LOOP
-#include <glib.h>
+#include "support/runLoop.h"
 #endif
 
 // What the library puts on the exit list, in the order in which it does: every constructor of a static is
@@ -30,12 +27,8 @@ struct Entry {
 constexpr int most = 64;
 Entry* entries = nullptr; // while recording
 int entryCount = 0;
-int output = -1;
 
-void announce(const std::string& line) {
-    const std::string text = line + "\n";
-    EXPECT_EQ(::write(output, text.data(), text.size()), static_cast<ssize_t>(text.size()));
-}
+void announce(const std::string& line) { std::fputs((line + "\n").c_str(), stderr); }
 
 std::string demangled(const char* symbol) {
     char* const text = abi::__cxa_demangle(symbol, nullptr, nullptr, nullptr);
@@ -79,8 +72,6 @@ extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*destro
 
 namespace {
 
-using testing::ElementsAreArray;
-
 const std::vector<std::string> hooksInOrder = {"newest hook", "older hook", "top manager", "oldest hook"};
 
 std::vector<std::string> events;
@@ -108,16 +99,7 @@ bool mapped(const char* name) {
 // Whether the clock of the timers stands on the loop of the main thread, in a build with a loop.
 #ifdef LIFETIME_RUN_LOOP
 constexpr bool loop = true;
-bool clockIsOnTheLoop() {
-    GMainContext* const context = g_main_context_default();
-    gint priority = 0, timeout = 0;
-    GPollFD fds[8];
-    EXPECT_TRUE(g_main_context_acquire(context));
-    g_main_context_prepare(context, &priority);
-    g_main_context_query(context, priority, &timeout, fds, 8);
-    g_main_context_release(context);
-    return timeout != -1;
-}
+bool clockIsOnTheLoop() { return untilNext(g_main_context_default()) != -1; }
 #else
 constexpr bool loop = false;
 bool clockIsOnTheLoop() { return false; }
@@ -144,31 +126,13 @@ TEST(Unload, RunsTheHooksAndLeavesNothingBehind) {
     }
 }
 
-// The lines of a process that loads the library, starts the host, and exits.
-std::vector<std::string> linesOfAProcess() {
-    int ends[2];
-    EXPECT_EQ(::pipe(ends), 0);
-    std::fflush(nullptr);
-    const pid_t child = ::fork();
-    if (child == 0) {
-        output = ends[1];
-        static Entry recorded[most];
-        entries = recorded;
-        Host host;
-        host.start([](const char* event) { announce(event); });
-        std::exit(0);
-    }
-    ::close(ends[1]);
-    std::FILE* const stream = ::fdopen(ends[0], "r");
-    std::vector<std::string> lines;
-    for (char line[256]; std::fgets(line, sizeof line, stream) != nullptr;) {
-        lines.emplace_back(line, std::strcspn(line, "\n"));
-    }
-    std::fclose(stream);
-    int status = -1;
-    EXPECT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
-    return lines;
+// A process that loads the library, starts the host, and exits.
+void loadAndExit() {
+    static Entry recorded[most];
+    entries = recorded;
+    Host host;
+    host.start([](const char* event) { announce(event); });
+    std::exit(0);
 }
 
 TEST(Exit, RunsTheStaticsOfTheLibraryBackward) {
@@ -185,17 +149,16 @@ TEST(Exit, RunsTheStaticsOfTheLibraryBackward) {
         "OrbuLoggable::msHostName",
         "OrbuLoggable::msPlatformOS",
         "OrbuLogger::mInstance"};
-    std::vector<std::string> expected;
+    std::string made, destroyed;
     for (const std::string& name : statics) {
-        expected.push_back("+" + name);
-    }
-    for (auto name = statics.rbegin(); name != statics.rend(); ++name) {
-        expected.push_back("-" + *name);
-        if (*name == manager) {
-            expected.insert(expected.end(), hooksInOrder.begin(), hooksInOrder.end());
+        made += "+" + name + "\n";
+        std::string hooks;
+        for (const std::string& hook : hooksInOrder) {
+            hooks += name == manager ? hook + "\n" : "";
         }
+        destroyed = "-" + name + "\n" + hooks + destroyed;
     }
-    EXPECT_THAT(linesOfAProcess(), ElementsAreArray(expected));
+    EXPECT_EXIT(loadAndExit(), testing::ExitedWithCode(0), testing::StrEq(made + destroyed));
 }
 
 } // namespace

@@ -140,12 +140,14 @@ class DoctorTest(LocationsTest):
 
     def test_environment(self):
         self.assertIn("custom environment", self.wrong(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere"))
-        found = self.wrong(VEXMOOR_ORBU_CUSTOM_ENV=self.file(ORBU_LOG_FILE_LOCATION="$NOPE/x"))
+        found = self.wrong(VEXMOOR_ORBU_CUSTOM_ENV=self.file(ORBU_LOG_FILE_LOCATION="$NOPE/x",
+                                                             ORBU_COMMON_BIN_LOCATION="R31"))
         self.assertIn('"NOPE"', found["custom environment"])
         self.assertIn("ORBU_LOG_FILE_LOCATION", found["log file"])
         self.assertIn("ORBU_MAC_FRAMEWORK_LOCATION", found["common lib"])
         self.assertIn("ORBU_COMMON_BIN_LOCATION", found["common bin"])
-        self.assertIn("companion", found)
+        for name in ("companion", "error table file"):
+            self.assertIn("absolute", found[name], "it does not look in the current folder")
         found = self.wrong(HOME="/dev/null")
         self.assertEqual(set(found), {"log file", "user settings"})
 

@@ -86,12 +86,7 @@ constexpr char kKeyBad[] = "AESDecryptor: cannot decrypt message with this passp
 constexpr char kMACBad[] = "AESDecryptorWithMAC: MAC check failed";
 
 TEST(Mash, GivesTheKnownBytes) {
-    struct {
-        std::string in;
-        std::size_t length;
-        int iterations;
-        char const* out;
-    } const rows[] = {
+    std::tuple<std::string, std::size_t, int, char const*> const rows[] = {
         {"", 0, 1, ""},
         {"", 16, 1, "1489F923C4DCA729178B3E3233458550"},
         {"passphrase", 20, 2, "8D17A59A4905757087C1A4B9C28DA9BB0E2972E8"},
@@ -101,9 +96,8 @@ TEST(Mash, GivesTheKnownBytes) {
         {std::string("\0\xFF", 2), 41, 3,
          "A688557F6127DC37E032CF97F625AA4F10CCA78F3355729F7EFF3121C7A3A6112109326F7BC3D18D6C"},
     };
-    for (auto const& row : rows) {
-        EXPECT_EQ(hex(mash(row.in, row.length, row.iterations)), row.out)
-            << row.length << " " << row.iterations;
+    for (auto const& [in, length, iterations, out] : rows) {
+        EXPECT_EQ(hex(mash(in, length, iterations)), out) << length << " " << iterations;
     }
     std::string digest(20, '\0');
     CryptoPP::SHA1().CalculateDigest(reinterpret_cast<unsigned char*>(digest.data()),

@@ -9,19 +9,15 @@
 
 #include <gmock/gmock.h>
 
-class LogTest : public ::testing::Test {
+class LogTest : public PlaceTest {
 protected:
-    void SetUp() override {
-        char name[] = "/tmp/orbu-log-XXXXXX";
-        folder = ::mkdtemp(name);
-        home = folder + "/home";
+    LogTest() {
         ::setenv("HOME", home.c_str(), 1);
         for (char const* variable : {"ORBU_DEBUG_MODE", "ORBU_PERF_LOG", "VEXMOOR_ORBU_CUSTOM_ENV"}) {
             ::unsetenv(variable);
         }
         gCustomEnvMgr.loadConfigFile();
     }
-    void TearDown() override { [[maybe_unused]] int const done = std::system(("rm -rf " + folder).c_str()); }
 
     // Puts an error table where a logger looks for it.
     void useErrorTable(std::string const& xml) {
@@ -48,8 +44,8 @@ protected:
         return lines;
     }
 
-    std::string folder;
-    std::string home; // not made yet
+    std::string const& folder = mPlace;
+    std::string const home = in("home"); // not made yet
 };
 
 inline std::string shown(TStr const& text) { return text.toUtf8() != nullptr ? text.toUtf8() : ""; }

@@ -5,7 +5,6 @@
 
 #include <cstring>
 #include <string>
-#include <vector>
 
 namespace {
 
@@ -14,18 +13,15 @@ constexpr long block(unsigned long size) { return static_cast<long>(size) + 8; }
 constexpr long iterator_bytes = block(sizeof(hashmapiter));
 constexpr long entry_bytes = block(sizeof(hashmap_entry));
 
-unsigned long long_hash(hashmap*, const void* key) { return *static_cast<const unsigned long*>(key); }
-int long_equal(hashmap*, const void* a, const void* b) {
-    return *static_cast<const long*>(a) == *static_cast<const long*>(b);
-}
-
 // Longs as keys and values, held as copies of their bytes.
 hashmap_info_record long_info() {
     hashmap_info_record info = {};
     info.record_size = sizeof info;
     info.key_size = info.val_size = sizeof(long);
-    info.hash = long_hash;
-    info.equalKey = long_equal;
+    info.hash = [](hashmap*, const void* key) { return *static_cast<const unsigned long*>(key); };
+    info.equalKey = [](hashmap*, const void* a, const void* b) {
+        return std::memcmp(a, b, sizeof(long)) == 0 ? 1 : 0;
+    };
     info.flags = HASHMAP_OWNS_KEYS | HASHMAP_OWNS_VALUES;
     return info;
 }
@@ -66,14 +62,6 @@ TEST_F(HashMap, WalksByBucketAndOldestFirst) {
         put(map, key, key * 10);
     }
     EXPECT_EQ(walk(map), "-1=-10 18=180 1=10 35=350 3=30 ");
-    EXPECT_EQ(hashmap_count(map), 5);
-    EXPECT_EQ(hashmap_bucketCount(map), 17);
-
-    std::string cursor;
-    for (hashmap_entry* e = private_hashmap_first(map); e != nullptr; e = private_hashmap_after(map, e)) {
-        cursor += std::to_string(*static_cast<long*>(e->key)) + " ";
-    }
-    EXPECT_EQ(cursor, "-1 18 1 35 3 ");
 
     void* stored_key = private_hashmap_first(map)->key;
     put(map, -1, 7);
@@ -105,18 +93,19 @@ TEST_F(HashMap, EraseMovesOnAndThenUnlinks) {
     EXPECT_EQ(*static_cast<long*>(hashmapiter_key(last_of_chain)), 2);
     hashmap_erase(map, last_of_chain);
     hashmap_erase(map, last_of_chain); // at the end: nothing
+    hashmapiter* end = hashmap_end(map);
+    EXPECT_TRUE(hashmapiter_equal(last_of_chain, end) && hashmapiter_next(last_of_chain) == 0);
+    hashmapiter_uninit(end);
     hashmapiter_uninit(last_of_chain);
     EXPECT_EQ(walk(map), "1=1 ");
-
-    const long key = 99;
-    hashmap_remove(map, &key);
+    const long absent = 99;
+    hashmap_remove(map, &absent);
     EXPECT_EQ(hashmap_count(map), 1);
     hashmap_remove(map, private_hashmap_first(map)->key); // the stored key itself
     EXPECT_EQ(hashmap_count(map), 0);
 }
 
 TEST_F(HashMap, IteratorsCompareByPlace) {
-    hashmapiter* end = hashmap_end(map);
     put(map, 5, 5);
     put(map, 22, 22);
     hashmapiter* walking = hashmapiter_init(map);
@@ -127,30 +116,26 @@ TEST_F(HashMap, IteratorsCompareByPlace) {
     hashmap* copy = hashmap_duplicate(map);
     hashmapiter* stranger = hashmapiter_init_from_entry(map, private_hashmap_first(copy));
     hashmap_uninit(copy);
-    EXPECT_EQ(hashmapiter_next(walking) + hashmapiter_next(walking), 0);
-    EXPECT_TRUE(hashmapiter_equal(walking, end) && hashmapiter_is_end(stranger));
-    for (hashmapiter* iter : {end, walking, second, stranger}) {
+    EXPECT_TRUE(hashmapiter_is_end(stranger));
+    for (hashmapiter* iter : {walking, second, stranger}) {
         hashmapiter_uninit(iter);
     }
 }
 
 TEST_F(HashMap, KeepsItsAccount) {
+    EXPECT_EQ(hashmap_allocated(nullptr), memory_allocated());
     const long empty = block(sizeof(hashmap)) + block(17 * 8);
     EXPECT_EQ(hashmap_allocated(map), empty);
     put(map, 1, 1);
-    const long one = empty + entry_bytes + 2 * block(8);
+    put(map, 1, 2); // the new value is added, and the old one once more
+    const long one = empty + entry_bytes + 4 * block(8);
     EXPECT_EQ(hashmap_allocated(map), one);
     hashmapiter* iter = find(1);
     EXPECT_EQ(hashmap_allocated(map), one + iterator_bytes);
     hashmapiter_uninit(iter);
     EXPECT_EQ(hashmap_allocated(map), one);
-
-    put(map, 1, 2); // the new value is added, and the old one once more
-    EXPECT_EQ(hashmap_allocated(map), one + 2 * block(8));
     hashmap_clear(map);
     EXPECT_EQ(hashmap_allocated(map), empty + 2 * block(8));
-    EXPECT_EQ(hashmap_allocated(nullptr), memory_allocated());
-
     info.valAllocated = info.keyAllocated = [](hashmap*, void*) { return 100L; };
     info.valFreed = info.keyFreed = [](hashmap*, void*) { return 30L; };
     info.deleteVal = [](hashmap*, void* value) { return 0 * memory_free(value); };
@@ -191,7 +176,6 @@ TEST_F(HashMap, VariableSizesComeFromTheHooks) {
     EXPECT_EQ(hashmap_has(map, "Name"), 0);
     info.valSizeOf = nullptr;
     hashmap_insert(map, "none", "value"); // no size at all: a block of no bytes
-    EXPECT_EQ(memory_free(memory_allocate(0)), 8);
     EXPECT_NE(private_hashmap_lookup(map, "none")->value, nullptr);
 }
 

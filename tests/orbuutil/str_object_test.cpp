@@ -49,7 +49,7 @@ TEST(StrObject, MakesTextFromEverySource) {
     const unsigned short units[] = {'a', 0xE9, 0x20AC, 0};
     const unsigned long words[] = {'a', 'b', 0};
     const struct {
-        TStr made;
+        TStr made; // where it stays: a copy of a null text is empty
         const char* expected;
     } cases[] = {
         {TStr('a'), "a"},
@@ -63,8 +63,8 @@ TEST(StrObject, MakesTextFromEverySource) {
         {TStr(words, 3), "a?b"}, // between two words a mixed one is read
         {TStr("x") + 'a' + '\xE9' + 65UL + "z", "xa?z"},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(shown(c.made), c.expected);
+    for (const auto& [made, expected] : cases) {
+        EXPECT_EQ(shown(made), expected);
     }
     TStr bytes;
     bytes += '\xC3';
@@ -75,7 +75,7 @@ TEST(StrObject, MakesTextFromEverySource) {
     EXPECT_TRUE(set.setUtf16LE(units, 4)) << "bytes, not units";
     EXPECT_EQ(set, "a\xC3\xA9");
     EXPECT_EQ(set.setAscii("wxyz", 2), "wx");
-    set.replaceAll("x", "-");
+    set.replaceAll("x", "-"); // changes nothing, as hosts know it
     EXPECT_EQ(set, "wx");
 }
 
@@ -96,28 +96,19 @@ TEST(StrObject, TheViewLivesUntilAnotherOrAChange) {
     EXPECT_EQ(s.toUtf16BE()[1], 0xE900);
 
     // Each of these drops the view of the old text first.
-    const struct {
-        void (*change)(TStr&);
-        const char* expected;
-    } changes[] = {
-        {[](TStr& t) { t += "!"; }, "a/b!"},
-        {[](TStr& t) { t += t.toUtf8(); }, "a/ba/b"},
-        {[](TStr& t) { t += t; }, "a/ba/b"},
-        {[](TStr& t) { t += '!'; }, "a/b!"},
-        {[](TStr& t) { t.setUtf8(t.toUtf8() + 2); }, "b/b"},
-        {[](TStr& t) { t = t.toUtf8() + 2; }, "b"},
-        {[](TStr& t) { t.clear(); }, ""},
-        {[](TStr& t) { t.shift("/"); }, "b"},
-        {[](TStr& t) { t.popString("/"); }, "a"},
-        {[](TStr& t) { t.push(t, t); }, "a/b"},
-        {[](TStr& t) { t.unshift("c", "/"); }, "c/a/b"},
-        {[](TStr& t) { t.replace("/", t); }, "aa/bb"},
+    const std::pair<void (*)(TStr&), const char*> changes[] = {
+        {[](TStr& t) { t += "!"; }, "a/b!"},           {[](TStr& t) { t += t.toUtf8(); }, "a/ba/b"},
+        {[](TStr& t) { t += t; }, "a/ba/b"},           {[](TStr& t) { t.setUtf8(t.toUtf8() + 2); }, "b/b"},
+        {[](TStr& t) { t = t.toUtf8() + 2; }, "b"},    {[](TStr& t) { t.clear(); }, ""},
+        {[](TStr& t) { t.shift("/"); }, "b"},          {[](TStr& t) { t.popString("/"); }, "a"},
+        {[](TStr& t) { t.push(t, t); }, "a/b"},        {[](TStr& t) { t.unshift("c", "/"); }, "c/a/b"},
+        {[](TStr& t) { t.replace("/", t); }, "aa/bb"}, {[](TStr& t) { t += '!'; }, "a/b!"},
     };
-    for (const auto& c : changes) {
+    for (const auto& [change, expected] : changes) {
         TStr t("a/b");
         EXPECT_STREQ(t.toUtf8(), "a/b");
-        c.change(t);
-        EXPECT_STREQ(t.toUtf8(), c.expected);
+        change(t);
+        EXPECT_STREQ(t.toUtf8(), expected);
     }
     TStr written("abc");
     EXPECT_STREQ(written, "abc");

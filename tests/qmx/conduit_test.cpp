@@ -25,11 +25,12 @@ TEST_F(ConduitTest, AnswersLineByLine) {
     std::string const connected = "< 65536;system.RESP;33;10;0;1;SSID=d10;RCOD=hcndCnct;RSCD=d0";
     std::string const everything = "RCOD=h;RSCD=d0;MLST=j!237!3assnTerm!2ccndTerm!2ccndCnct!2cRESP!2cerror!2c"
                                    "listLocales!2clistFacilities";
+    std::string const again = "Error  session 10 is already connected to index " + pid;
     struct {
         char const* name;
         std::vector<std::string> script; // once connected
         long sessions = 1;
-        std::vector<std::string> errors = {};
+        char const* error = nullptr;
     } const cases[] = {
         {"end the session",
          {"> 65536;system.ssnTerm;10;33;0;2", "< 65536;system.RESP;33;10;0;1;RCOD=hssnTerm"}},
@@ -39,40 +40,26 @@ TEST_F(ConduitTest, AnswersLineByLine) {
          {"> 65536;system.cndTerm;10;33;0;2", "< 65536;system.RESP;33;10;0;1;RCOD=hcndTerm",
           "> 65536;system.listLocales;10;33;0;2"},
          2},
-        {"connect again",
-         {"> 65536;system.cndCnct;10;33;0;2;CPID=d" + pid},
-         1,
-         {"Error  session 10 is already connected to index " + pid}},
+        {"connect again", {"> 65536;system.cndCnct;10;33;0;2;CPID=d" + pid}, 1, again.c_str()},
         {"connect without a process id", {"> 65536;system.cndCnct;0;33;0;2"}, 2},
         {"a handler, and the partner's id follows",
          {"> 65536;test.greet;10;35;0;2;name=hA!20b",
           "< 65536;test.RESP;35;10;0;1;RCOD=hgreet;name=hA!20b;from=d10;RSCD=d0"}},
         {"no answer",
-         {"> 65536;test.fail;10;33;0;2", "> 65536;test.nowhere;10;33;0;2", "> 65536;test.RESP;10;33;0;1",
-          "> 65536;system.error;10;33;0;2;ECOD=d7;EMSG=hx", "> 65536;system.RESP;10;33;0;1"}},
-        {"listings",
-         {"> 65536;test.;10;33;0;2", "< 65536;test.RESP;33;10;0;1;RCOD=h;RSCD=d0;MLST=j!232!3afail!2cgreet",
-          "> 65536;test.index;10;33;0;2",
-          "< 65536;test.RESP;33;10;0;1;RCOD=hindex;RSCD=d0;MLST=j!232!3afail!2cgreet",
-          "> 65536;test.methodInformation;10;33;0;2",
-          "< 65536;test.RESP;33;10;0;1;MTHI=i;RCOD=hmethodInformation;RSCD=d0"}},
-        {"an unknown facility is the system's, by the code alone",
-         {"> 65536;elsewhere.listFacilities;10;33;0;2",
-          "< 65536;elsewhere.RESP;33;10;0;1;FLST=j!231!3atest;RCOD=hlistFacilities;RSCD=d0"}},
+         {"> 65536;test.fail;10;33;0;2", "> 65536;test.RESP;10;33;0;1", "> 65536;system.RESP;10;33;0;1"}},
         {"an id that nobody knows opens a session, 0 always does",
          {"> 65536;test.fail;99;33;0;2", "> 65536;test.fail;0;33;0;2", "> 65536;test.fail;12;33;0;2"},
          3},
         {"the low 32 bits of an id count", {"> 65536;test.fail;4294967306;33;0;2"}},
         {"lines that are no packet are answered by the system, and then the next good one",
-         {"> \xff\xfe garbage", "< 65536;.RESP;0;11;0;1;" + everything, "> 65537;test.greet;10;33;0;2",
-          "< 65536;.RESP;0;12;0;1;" + everything, "> ;;;;;;", "< 65536;.RESP;0;13;0;1;" + everything,
-          "> 65536;test.greet;10;33;0;2;=;==;x", "< 65536;test.RESP;33;10;0;1;RCOD=hgreet;from=d10;RSCD=d0"},
-         4},
+         {"> ;;;;;;", "< 65536;.RESP;0;11;0;1;" + everything, "> 65536;test.greet;10;33;0;2;=;==;x",
+          "< 65536;test.RESP;33;10;0;1;RCOD=hgreet;from=d10;RSCD=d0"},
+         2},
     };
     for (auto const& each : cases) {
         SCOPED_TRACE(each.name);
-        for (std::string const& error : each.errors) {
-            expectError(error);
+        if (each.error != nullptr) {
+            expectError(each.error);
         }
         QMXPipeConduit::sLastSessionId = 10;
         Registered facility;
@@ -153,8 +140,6 @@ TEST_F(ConduitTest, SendsToOneWriterOrToAll) {
     std::string const line = "65536;test.note;1;1;0;1";
     EXPECT_EQ(text(channels[0].reader.read()), line);
     EXPECT_EQ(text(channels[1].reader.read()), line + "\n" + line);
-    side.removeWriter(1);
-    EXPECT_EQ(side.activeConnections(), 1);
 
     // Without a reader the write ends the process, except on the way to one writer, which leaves the signal
     // with its default disposition.
@@ -187,22 +172,31 @@ long goDown(QMXPipeSession* session, QMXPipePacket* request, QMXPipePacket* resp
 TEST_F(ConduitTest, TwoSidesTalkAndSayGoodbye) {
     Registered facility;
     facility.registerFunction("down", goDown);
-    Pair pair(channel(), channel());
-    QMXPipeSession* session = pair.client.newSession();
-    pair.client.setDefaultSession(session);
+    Side client(false);
+    Side server(true, true); // internal
+    Channel there = channel();
+    Channel back = channel();
+    client.addWriter(1, there.writer);
+    server.addReader(1, there.reader);
+    server.addWriter(1, back.writer);
+    client.addReader(1, back.reader);
+    auto const poll = [](void* other) -> void { static_cast<Side*>(other)->poll(); };
+    client.setProcessEventsCallback(poll, &server);
+    server.setProcessEventsCallback(poll, &client);
+    QMXPipeSession* session = client.newSession();
+    client.setDefaultSession(session);
     session->release();
     QMXPipePacket response;
     QMXPipePacket request("test.down", nullptr, QMXPipe::SynchronicityDefault);
     request.setAttribute("depth", 6L);
-    EXPECT_EQ(pair.client.send(request, response, 0), SendDone);
+    EXPECT_EQ(client.send(request, response, 0), SendDone);
     EXPECT_EQ(response.attributeAsLong("depth"), 7);
-    EXPECT_EQ(pair.client.lastActiveSession(), session);
-    pair.client.terminate(true);
-    EXPECT_EQ(pair.client.lastActiveSession(), nullptr);
-    EXPECT_EQ(pair.server.findSession(11), nullptr);
-    EXPECT_NE(pair.client.findSession(1), nullptr) << "the system session goes with the conduit";
-    EXPECT_EQ(pair.client.close(true, true, true), 0);
-    EXPECT_EQ(pair.client.send(request, response, 0), SendFailed) << "its session has no conduit any more";
+    client.terminate(true);
+    EXPECT_EQ(client.lastActiveSession(), nullptr);
+    EXPECT_EQ(server.findSession(11), nullptr);
+    EXPECT_NE(client.findSession(1), nullptr) << "the system session goes with the conduit";
+    EXPECT_EQ(client.close(true, true, true), 0);
+    EXPECT_EQ(client.send(request, response, 0), SendFailed) << "its session has no conduit any more";
 }
 
 // A client of a server that is gone: the other sessions say goodbye before the conduit does, and nobody
@@ -229,8 +223,7 @@ TEST_F(ConduitTest, ClosesOtherSessionsFirst) {
 TEST_F(ConduitTest, HousekeepingClosesTheSessionsOfTheDead) {
     Child child([] { return ::pause(); });
     Side side(true);
-    long const pids[] = {child.pid(), getpid(), 0};
-    for (long pid : pids) {
+    for (int const pid : {child.pid(), getpid(), 0}) {
         QMXPipeSession* session = side.newSession();
         session->setPartnerPID(pid);
         session->release();
@@ -253,14 +246,11 @@ TEST_F(ConduitTest, CopiesShareSessionsAndAConduitMayGoFirst) {
         disconnected = source.newSession();
         disconnected->disconnectClient(0);
         QMXPipeConduit copy(source);
-        EXPECT_EQ(copy.status(), 0);
         EXPECT_EQ(copy.activeConnections(), 1);
-        EXPECT_EQ(copy.findSession(10), kept);
         Side assigned(false, true);
         assigned = source;
         EXPECT_EQ(assigned.findSession(10), kept);
         copy.init(true);
-        EXPECT_EQ(copy.status(), ConduitReady);
         EXPECT_EQ(copy.findSession(1)->conduit(), &copy);
     } // not closed: the sessions lose their conduit and say nothing
     EXPECT_EQ(disconnected->release(), 0);

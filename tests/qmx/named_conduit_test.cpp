@@ -12,8 +12,6 @@
 #include "qmx/qmxPipeSession.h"
 #include "support/processes.h"
 
-using testing::HasSubstr;
-
 namespace {
 
 // A process id that belongs to nobody any more.
@@ -41,11 +39,8 @@ TEST_F(NamedConduitTest, WhetherAServerRuns) {
     makePrefix();
     std::string const own = std::to_string(getpid());
     std::string const dead = std::to_string(deadProcess());
-    struct {
-        std::string content;
-        bool runs;
-        bool stays;
-    } const cases[] = {
+    // What the file holds, whether a server runs, and whether the file stays.
+    std::tuple<std::string, bool, bool> const cases[] = {
         {own, true, true},
         {"1", true, true}, // whoever it belongs to
         {" \n" + own + "\n", true, true},
@@ -62,13 +57,13 @@ TEST_F(NamedConduitTest, WhetherAServerRuns) {
         {dead, false, false},
         {"-" + dead, false, false},
     };
-    for (auto const& step : cases) {
-        std::string const shown = step.content.substr(0, 40);
-        writeFile(idFile(), step.content);
+    for (auto const& [content, runs, stays] : cases) {
+        SCOPED_TRACE(content.substr(0, 40));
+        writeFile(idFile(), content);
         for (int again = 0; again < 2; ++again) {
-            EXPECT_EQ(conduit.isServerRunning(), step.runs) << shown;
+            EXPECT_EQ(conduit.isServerRunning(), runs);
         }
-        EXPECT_EQ(fileExists(idFile()), step.stays) << shown;
+        EXPECT_EQ(fileExists(idFile()), stays);
     }
 
     // A file that has long been left alone is not read in every round, but each change of it is seen.
@@ -118,8 +113,7 @@ TEST_F(NamedConduitTest, Fifos) {
         mkfifo(own.c_str(), 0700);
         usleep(20000);
         int const fd = open(own.c_str(), O_RDONLY);
-        char byte;
-        while (read(fd, &byte, 1) > 0) {
+        for (char byte = 0; read(fd, &byte, 1) > 0;) {
         }
         return unlink(own.c_str());
     });
@@ -185,30 +179,33 @@ TEST_F(NamedConduitTest, ServerRoleAndItsEnd) {
     EXPECT_FALSE(fileExists(prefix()));
 }
 
-// Connecting to a server that is played by hand, in the callback of each round.
-struct HandServer {
-    RawPeer peer;
+// A server that is played by hand, in the callback of each round: of the conduit only the FIFOs are used.
+struct HandServer : QMXPipeNamedConduit {
+    explicit HandServer(TStr const& prefix) : QMXPipeNamedConduit(prefix, false, QMXPipe::Synchronous) {
+        EXPECT_TRUE(setupReader(0) && readerForKey(0, reader));
+    }
+
+    QMXPipeReadEndpoint reader;
     std::string lines; // all that came
-    int step = 0;
 
     static void serve(void* context) {
         auto* const self = static_cast<HandServer*>(context);
-        std::string const line = self->peer.receive(std::chrono::milliseconds(0));
-        if (line.empty()) {
+        if (!self->reader.canReadLine()) {
             return;
         }
+        std::string const line = self->reader.readLine().toUtf8();
         self->lines += line + "\n";
         // The ids of the reply are the request's, exchanged: the client's own one comes first.
-        size_t const code = line.find(';') + 1;
-        size_t const first = line.find(';', code) + 1;
-        size_t const second = line.find(';', first) + 1;
-        std::string const client = line.substr(second, line.find(';', second) - second);
-        self->peer.send("65536;system.RESP;" + client + ";77;0;1;RSCD=d0\n");
+        long client = 0;
+        EXPECT_EQ(std::sscanf(line.c_str(), "65536;%*[^;];%*d;%ld;", &client), 1);
+        QMXPipeWriteEndpoint writer;
+        EXPECT_TRUE(self->setupWriter(getpid()) && self->writerForKey(getpid(), writer));
+        writer.write(TStr("65536;system.RESP;%1;77;0;1;RSCD=d0\n").arg(client));
     }
 };
 
 TEST_F(NamedConduitTest, HandshakeLineByLine) {
-    HandServer server{{prefix(), 0, getpid()}, {}};
+    HandServer server(path());
     writeFile(idFile(), std::to_string(getpid()));
     QMXPipeNamedConduit* seen = nullptr;
     Client client(QMXPipeNamedConduit::connect("/none", path(), 100000, HandServer::serve, &server, &seen));
@@ -216,7 +213,6 @@ TEST_F(NamedConduitTest, HandshakeLineByLine) {
     EXPECT_EQ(seen, client.get());
     std::string const own = std::to_string(getpid());
     std::string const session = std::to_string(client->defaultSession()->id());
-    EXPECT_EQ(client->defaultSession()->partnerId(), 77);
     EXPECT_EQ(client->lockCount(), 0);
     client->newSession()
         ->release(); // a second conversation does not take the FIFOs with it when it is closed
@@ -232,44 +228,42 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
     struct Caller {
         QMXPipeNamedConduit* self = nullptr;
         int rounds = 0;
-        static void giveUp(void* context) {
-            auto* const caller = static_cast<Caller*>(context);
-            if (++caller->rounds == 3) {
-                caller->self->terminate(false);
-            }
-        }
-        static void cancel(void* context) {
-            auto* const caller = static_cast<Caller*>(context);
-            ++caller->rounds;
-            caller->self->defaultSession()->cancelWait();
-        }
     } caller;
+    auto const giveUp = [](void* context) -> void {
+        auto* const told = static_cast<Caller*>(context);
+        if (++told->rounds == 3) {
+            told->self->terminate(false);
+        }
+    };
+    auto const cancel = [](void* context) -> void {
+        auto* const told = static_cast<Caller*>(context);
+        ++told->rounds;
+        told->self->defaultSession()->cancelWait();
+    };
 
     TStr const longName((prefix() + std::string(300, 'n')).c_str());
     EXPECT_EQ(QMXPipeNamedConduit::server(longName), nullptr);
     expectError("Could not create server conduit.");
 
     // A program that is no server, with and without a limit of its own.
-    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), 0), nullptr);
-    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), -1), nullptr);
-    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), 20), nullptr);
-    EXPECT_EQ(
-        QMXPipeNamedConduit::connect("/bin/true", path(), 100000000, Caller::giveUp, &caller, &caller.self),
-        nullptr);
+    for (long const limit : {-1, 0, 20}) {
+        EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), limit), nullptr);
+    }
+    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), 100000000, giveUp, &caller, &caller.self),
+              nullptr);
     EXPECT_EQ(caller.rounds, 3);
     EXPECT_EQ(caller.self, nullptr);
 
     // A server that never replies to the handshake.
-    RawPeer silent(prefix(), 0, getpid());
+    HandServer silent(path());
     writeFile(idFile(), std::to_string(getpid()));
-    caller = Caller();
-    Client client(QMXPipeNamedConduit::connect("/none", path(), 1000, Caller::cancel, &caller, &caller.self));
+    Client client(QMXPipeNamedConduit::connect("/none", path(), 1000, cancel, &caller, &caller.self));
     ASSERT_TRUE(client);
-    EXPECT_EQ(caller.rounds, 1);
+    EXPECT_EQ(caller.rounds, 4) << "one round of this wait";
     EXPECT_EQ(client->lockCount(), 0);
     client->terminate(false);
     client.reset();
-    EXPECT_THAT(silent.receive(), HasSubstr("system.cndCnct"));
+    EXPECT_THAT(silent.reader.readLine().toUtf8(), testing::HasSubstr("system.cndCnct"));
     unlink(idFile().c_str());
 
     // Somebody else holds the lock.

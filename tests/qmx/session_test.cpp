@@ -25,8 +25,6 @@ protected:
     QMXPipePacket mResponse;
 };
 
-QMXPipePacket requestFor(char const* name) { return QMXPipePacket(name, nullptr, QMXPipe::Synchronous); }
-
 // What happens in the third round of a wait, and what the wait then gives.
 TEST_F(SessionTest, WaitEnds) {
     static std::function<void()> event;
@@ -57,7 +55,7 @@ TEST_F(SessionTest, WaitEnds) {
                 ++rounds == 3 ? event() : void();
             },
             nullptr);
-        QMXPipePacket packet = requestFor("test.question");
+        QMXPipePacket packet("test.question", nullptr, QMXPipe::Synchronous);
         std::string const partner = std::to_string(mSession->partnerId());
         EXPECT_EQ(mSession->send(&packet, &mResponse), each.result);
         EXPECT_EQ(rounds, 3);
@@ -68,7 +66,7 @@ TEST_F(SessionTest, WaitEnds) {
 }
 
 TEST_F(SessionTest, SlotHoldsWhatNobodyWaitedFor) {
-    QMXPipePacket packet = requestFor("test.question");
+    QMXPipePacket packet("test.question", nullptr, QMXPipe::Synchronous);
     packet.setSessionId(10);
     expectError("Error  Attempt to write to unknown writer 9");
     EXPECT_EQ(mSide.send(packet, mResponse, 9), SendFailed);
@@ -94,7 +92,7 @@ TEST_F(SessionTest, CallbackLooksFirst) {
     QMXPipeSession* unkept = mSide.newSession();
     unkept->setCallback(mSession->callback());
     unkept->release();
-    QMXPipePacket packet = requestFor("none.bye");
+    QMXPipePacket packet("none.bye", nullptr, QMXPipe::Synchronous);
     EXPECT_EQ(unkept->process(&packet), 0) << "the last reference goes while it is processed";
 }
 

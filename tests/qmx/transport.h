@@ -7,14 +7,13 @@
 #include <unistd.h>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "qmx/qmxPipeConduit.h"
 #include "qmx/qmxPipeEndpoint.h"
 #include "qmx/qmxPipeFacility.h"
 #include "qmx/qmxPipeFile.h"
 #include "qmx/qmxPipePacket.h"
 #include "qmx/qmxPipeSession.h"
+#include "support/model.h"
 
 inline std::string text(TStr const& s) { return s.isNull() ? std::string() : std::string(s.toUtf8()); }
 
@@ -48,20 +47,9 @@ public:
 // Every line that is logged as an error must have been expected.
 class TransportTest : public ::testing::Test {
 public:
-    TransportTest() {
-        QMXBase::setLogSink(
-            [](QMXLogLevel level, TStr const& message, void* context) {
-                auto* test = static_cast<TransportTest*>(context);
-                if (level == QMXLogError) {
-                    test->mErrors.push_back(text(message));
-                }
-            },
-            this);
-        QMXPipeConduit::sLastSessionId = 10;
-    }
+    TransportTest() { QMXPipeConduit::sLastSessionId = 10; }
     ~TransportTest() override {
-        QMXBase::setLogSink(nullptr, nullptr);
-        EXPECT_EQ(mErrors, mExpected) << "logged errors";
+        EXPECT_EQ(mReports.take(), mExpected) << "logged errors";
         for (Channel& channel : mChannels) {
             channel.reader.close();
             channel.writer.close();
@@ -80,8 +68,8 @@ public:
     }
 
 private:
-    std::vector<std::string> mErrors;
-    std::vector<std::string> mExpected;
+    Reports mReports;
+    Texts mExpected;
     std::vector<Channel> mChannels;
 };
 
@@ -99,21 +87,6 @@ inline void converse(QMXPipeConduit& side, Channel& toSide, Channel& fromSide,
     }
     EXPECT_EQ(fromSide.heard(), "");
 }
-
-// Two conduits of one process that talk to each other; the second is internal.
-struct Pair {
-    Pair(Channel const& there, Channel const& back) : client(false), server(true, true) {
-        client.addWriter(1, there.writer);
-        server.addReader(1, there.reader);
-        server.addWriter(1, back.writer);
-        client.addReader(1, back.reader);
-        client.setProcessEventsCallback([](void* other) { static_cast<Side*>(other)->poll(); }, &server);
-        server.setProcessEventsCallback([](void* other) { static_cast<Side*>(other)->poll(); }, &client);
-    }
-
-    Side client;
-    Side server;
-};
 
 // The facility "test" for the length of a scope.
 struct Registered : QMXPipeFacility {

@@ -1,9 +1,9 @@
 #include "orbuutil/ttimer.h"
+#include "support/runLoop.h"
 
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <glib.h>
 
 namespace {
 
@@ -29,16 +29,7 @@ protected:
         g_main_context_unref(context);
     }
 
-    // Milliseconds until the loop has something to do, or -1 when nothing is on it.
-    int untilNext() {
-        gint priority = 0, timeout = 0;
-        GPollFD fds[8];
-        EXPECT_TRUE(g_main_context_acquire(context));
-        g_main_context_prepare(context, &priority);
-        g_main_context_query(context, priority, &timeout, fds, 8);
-        g_main_context_release(context);
-        return timeout;
-    }
+    int untilNext() { return ::untilNext(context); }
 
     static double millisecondsSince(Clock::time_point start) {
         return std::chrono::duration<double, std::milli>(Clock::now() - start).count();

@@ -1,11 +1,9 @@
 #include "support/processes.h"
 
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <poll.h>
 #include <semaphore.h>
 #include <sys/prctl.h>
@@ -17,7 +15,6 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
 namespace fs = std::filesystem;
 
 sigset_t pipeSignal() {
@@ -28,26 +25,6 @@ sigset_t pipeSignal() {
 }
 
 } // namespace
-
-bool eventually(std::function<bool()> const& condition, std::chrono::milliseconds limit) {
-    for (auto const end = Clock::now() + limit; !condition(); ::usleep(1000)) {
-        if (Clock::now() >= end) {
-            return condition();
-        }
-    }
-    return true;
-}
-
-bool fileExists(std::string const& path) { return ::access(path.c_str(), F_OK) == 0; }
-
-std::string fileText(std::string const& path) {
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
-
-void writeFile(std::string const& path, std::string const& text) {
-    std::ofstream(path, std::ios::trunc) << text;
-}
 
 Child::Child(std::function<int()> const& body) : pid_(::fork()) {
     if (pid_ == 0) {
@@ -97,70 +74,18 @@ int Child::wait() {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-RawPeer::RawPeer(std::string const& prefix, int own, int partner)
-    : input_(prefix + "/" + std::to_string(own)), output_(prefix + "/" + std::to_string(partner)) {
-    ::mkdir(prefix.c_str(), 0770);
-    ::mkfifo(input_.c_str(), 0700);
-    reader_ = ::open(input_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    reach();
-}
-
-RawPeer::~RawPeer() {
-    ::close(reader_);
-    ::close(writer_);
-    ::unlink(input_.c_str());
-}
-
-bool RawPeer::reach() {
-    if (writer_ < 0) {
-        writer_ = ::open(output_.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-    }
-    return writer_ >= 0;
-}
-
-void RawPeer::send(std::string const& bytes) {
-    EXPECT_TRUE(reach()) << output_;
-    size_t done = 0;
-    EXPECT_TRUE(eventually([&] {
-        ssize_t const sent = ::write(writer_, bytes.data() + done, bytes.size() - done);
-        done += sent > 0 ? static_cast<size_t>(sent) : 0;
-        return done == bytes.size();
-    }));
-}
-
-std::string RawPeer::receive(std::chrono::milliseconds limit) {
-    size_t end = std::string::npos;
-    eventually(
-        [&] {
-            char buffer[4096];
-            ssize_t const got = ::read(reader_, buffer, sizeof buffer);
-            if (got > 0) {
-                pending_.append(buffer, static_cast<size_t>(got));
-            }
-            end = pending_.find('\n');
-            return end != std::string::npos;
-        },
-        limit);
-    std::string const line = pending_.substr(0, end == std::string::npos ? 0 : end);
-    pending_.erase(0, end == std::string::npos ? 0 : end + 1);
-    return line;
-}
-
 void ProcessTest::SetUp() {
     sigset_t const signals = pipeSignal();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    std::string name = (fs::temp_directory_path() / "orbu-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(name.data()), nullptr);
-    directory_ = name;
     // The last component names the lock, so it has to be the test's own; a number at its end would name a
     // host.
-    prefix_ = directory_ + "/" + fs::path(directory_).filename().string() + "-server";
-    setVariable("ORBU_QMX_LOG", directory_ + "/server.log");
+    prefix_ = in(fs::path(mPlace).filename().string() + "-server");
+    setVariable("ORBU_QMX_LOG", in("server.log"));
     // Whatever a sanitizer says in a daemon is looked for here.
     for (char const* const options : {"ASAN_OPTIONS", "UBSAN_OPTIONS"}) {
         char const* const former = ::getenv(options);
-        setVariable(options, (former != nullptr ? std::string(former) + ":" : "") + "log_path=" + directory_ +
-                                 "/sanitizer");
+        setVariable(options,
+                    (former != nullptr ? std::string(former) + ":" : "") + "log_path=" + in("sanitizer"));
     }
     ::prctl(PR_SET_CHILD_SUBREAPER, 1);
     QMXBase::setLogSink(log, this);
@@ -170,19 +95,18 @@ void ProcessTest::TearDown() {
     endServer();
     QMXBase::setLogSink(nullptr, nullptr);
     for (std::string const& error : errors_) {
-        bool known = false;
-        for (std::string const& part : expected_) {
-            known = known || error.find(part) != std::string::npos;
-        }
-        EXPECT_TRUE(known) << "logged: " << error;
+        EXPECT_TRUE(
+            std::any_of(expected_.begin(), expected_.end(),
+                        [&](std::string const& part) { return error.find(part) != std::string::npos; }))
+            << "logged: " << error;
     }
-    for (auto const& entry : fs::directory_iterator(directory_)) {
+    for (auto const& entry : fs::directory_iterator(mPlace)) {
         if (entry.path().filename().string().rfind("sanitizer", 0) == 0) {
             ADD_FAILURE() << fileText(entry.path());
         }
     }
     if (HasFailure()) {
-        std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(directory_ + "/server.log");
+        std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(in("server.log"));
     }
     for (auto entry = variables_.rbegin(); entry != variables_.rend(); ++entry) {
         entry->second.empty() ? ::unsetenv(entry->first.c_str())
@@ -193,7 +117,6 @@ void ProcessTest::TearDown() {
     sigtimedwait(&signals, nullptr, &now);
     pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
     ::sem_unlink(lockName().c_str());
-    fs::remove_all(directory_);
 }
 
 void ProcessTest::endServer() {

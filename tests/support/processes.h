@@ -2,24 +2,14 @@
 // failure shows what both sides had to say.
 #pragma once
 
-#include <chrono>
 #include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
 #include "qmx/qmxPipeNamedConduit.h"
 #include "qmx/qmxPipePacket.h"
-
-// True as soon as `condition` holds, false when it has not come true within the limit.
-bool eventually(std::function<bool()> const& condition,
-                std::chrono::milliseconds limit = std::chrono::seconds(30));
-
-bool fileExists(std::string const& path);
-std::string fileText(std::string const& path);
-void writeFile(std::string const& path, std::string const& text);
+#include "support/files.h"
 
 // A child of the test; killed and collected at the latest when the object goes.
 class Child {
@@ -41,33 +31,10 @@ private:
     int pid_ = 0;
 };
 
-// One side of the FIFO protocol by hand: an input FIFO of its own, lines to another one.
-class RawPeer {
-public:
-    // Makes prefix/own with a reader, and opens prefix/partner for writing.
-    RawPeer(std::string const& prefix, int own, int partner);
-    RawPeer(RawPeer const&) = delete;
-    RawPeer& operator=(RawPeer const&) = delete;
-    ~RawPeer();
-
-    // Opens the partner's FIFO if it was not there yet.
-    bool reach();
-    void send(std::string const& bytes);
-    // What has come, up to a line feed (not included); "" when nothing comes within `limit`.
-    std::string receive(std::chrono::milliseconds limit = std::chrono::seconds(30));
-
-private:
-    std::string input_;
-    std::string output_;
-    std::string pending_;
-    int reader_ = -1;
-    int writer_ = -1;
-};
-
 // A prefix of its own for each test, in a temporary directory. Whatever server stands on it is ended with
 // SIGTERM after the test and has to take its files with it; lines that the client side logs as errors fail
 // the test unless expected.
-class ProcessTest : public ::testing::Test {
+class ProcessTest : public PlaceTest {
 public:
     using Client = std::unique_ptr<QMXPipeNamedConduit>;
 
@@ -88,7 +55,7 @@ protected:
     Client connect(long timeout = 30000000) const;
     // Whether the server has written this to its log.
     bool serverLog(std::string const& text) const {
-        return fileText(directory_ + "/server.log").find(text) != std::string::npos;
+        return fileText(in("server.log")).find(text) != std::string::npos;
     }
 
     // Set until the end of the test.
@@ -97,13 +64,10 @@ protected:
     // The server was killed: its files may stay.
     void expectRemains() { remains_ = true; }
 
-    std::string const& directory() const { return directory_; }
-
 private:
     static void log(QMXLogLevel level, TStr const& message, void* context);
     void endServer();
 
-    std::string directory_;
     std::string prefix_;
     std::string log_;
     std::vector<std::string> errors_;

@@ -62,7 +62,21 @@ private:
 };
 
 std::string advice_on(Survey const& survey, Location const& location) {
-    return location.key.empty() ? kReinstall : "correct " + location.key + " in " + survey.file;
+    return !location.key.empty()        ? "correct " + location.key + " in " + survey.file
+           : !location.variable.empty() ? "set " + location.variable
+                                        : kReinstall;
+}
+
+// Whether the subject can be looked for in a location: where that is none, or none of one meaning, the
+// current folder's files would be taken for it.
+bool has_place(Survey const& survey, char const* name, char const* subject, Verdicts& verdicts) {
+    Location const& location = survey.at(name);
+    bool const absolute = location.value.starts_with('/');
+    if (!absolute) {
+        verdicts.wrong(subject, std::string("there is no absolute path for ") + name,
+                       advice_on(survey, location));
+    }
+    return absolute;
 }
 
 bool is_folder(std::filesystem::path const& path) {
@@ -100,6 +114,8 @@ void check_shipped(Survey const& survey, char const* name, Verdicts& verdicts) {
     Location const& location = survey.at(name);
     if (location.value.empty()) {
         verdicts.wrong(name, "there is none", advice_on(survey, location));
+    } else if (location.value.front() != '/') {
+        verdicts.wrong(name, location.value + " is no absolute path", advice_on(survey, location));
     } else if (!is_folder(location.value) || ::access(location.value.c_str(), R_OK | X_OK) != 0) {
         verdicts.wrong(name, location.value + (location.exists ? " cannot be read" : " does not exist"),
                        advice_on(survey, location));
@@ -112,8 +128,7 @@ void check_shipped(Survey const& survey, char const* name, Verdicts& verdicts) {
 void check_written(Survey const& survey, char const* name, Verdicts& verdicts) {
     Location const& location = survey.at(name);
     if (location.value.empty()) {
-        verdicts.wrong(name, "there is none",
-                       location.key.empty() ? "set " + location.variable : advice_on(survey, location));
+        verdicts.wrong(name, "there is none", advice_on(survey, location));
         return;
     }
     if (location.value.front() != '/') {
@@ -121,7 +136,10 @@ void check_written(Survey const& survey, char const* name, Verdicts& verdicts) {
         return;
     }
     auto const above = existing_above(location.value);
-    if (!is_folder(above) || ::access(above.c_str(), W_OK | X_OK) != 0) {
+    if (!is_folder(above)) {
+        verdicts.wrong(name, location.value + " cannot be made: " + above.string() + " is no folder",
+                       advice_on(survey, location));
+    } else if (::access(above.c_str(), W_OK | X_OK) != 0) {
         verdicts.wrong(name, location.value + (location.exists ? " cannot be written" : " cannot be made"),
                        "give yourself write permission to " + above.string());
     } else {
@@ -131,6 +149,9 @@ void check_written(Survey const& survey, char const* name, Verdicts& verdicts) {
 
 void check_settings(Survey const& survey, std::chrono::nanoseconds limit, Verdicts& verdicts) {
     constexpr char kSubject[] = "settings file";
+    if (!has_place(survey, kUserSettings, kSubject, verdicts)) {
+        return;
+    }
     std::string const file = survey.at(kUserSettings).value + "OrbuUserSettings.xml";
     if (::access(file.c_str(), F_OK) != 0) {
         verdicts.ok(kSubject, "none yet");
@@ -161,6 +182,9 @@ void check_settings(Survey const& survey, std::chrono::nanoseconds limit, Verdic
 
 void check_error_table(Survey const& survey, Verdicts& verdicts) {
     constexpr char kSubject[] = "error table file";
+    if (!has_place(survey, kErrorTable, kSubject, verdicts)) {
+        return;
+    }
     std::string const file = survey.at(kErrorTable).value + "OrbuErrorCodes.xml";
     OrbuErrorTable table(file.c_str());
     if (!table.Load()) {
@@ -258,6 +282,9 @@ void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts
     constexpr char kSubject[] = "companion";
     std::string const prefix = bytes_of(QMXPipeNamedConduit::defaultPipePrefix("QMX"));
     check_meeting_place(std::filesystem::path(prefix).parent_path(), verdicts);
+    if (!has_place(survey, kCommonBin, kSubject, verdicts)) {
+        return;
+    }
 
     Place const place{survey.at(kCommonBin).value + kServerInBin, prefix, true};
     auto const begin = std::chrono::steady_clock::now();

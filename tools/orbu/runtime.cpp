@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <pwd.h>
+#include <string>
 #include <unistd.h>
 
 namespace {
@@ -10,13 +11,14 @@ namespace {
 bool own_in_force = false;
 bool own_home = false;
 
-} // namespace
-
+// By a path relative to this program; no absolute one when it cannot be told where that is.
 std::string own_runtime() {
     std::error_code error;
     auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
     return (program.parent_path() / ORBU_RUNTIME_FROM_PROGRAM).lexically_normal();
 }
+
+} // namespace
 
 void use_own_runtime() {
     if (std::getenv("HOME") == nullptr) {
@@ -26,7 +28,7 @@ void use_own_runtime() {
     }
     std::string const runtime = own_runtime();
     std::string const file = runtime + "/OrbuCustomEnv.xml";
-    if (std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") == nullptr &&
+    if (runtime.starts_with('/') && std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") == nullptr &&
         std::getenv("VEXMOOR_ORBU_CUSTOM_ENV") == nullptr && ::access(file.c_str(), R_OK) == 0) {
         ::setenv("ORBU_RUNTIME", runtime.c_str(), 1);
         ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", file.c_str(), 1);

@@ -2,11 +2,6 @@
 // environment file that names them.
 #pragma once
 
-#include <string>
-
-// The folder, by a path relative to this program.
-std::string own_runtime();
-
 // Puts the file of the own runtime in force when the environment names no other, and gives the process a HOME
 // when it has none. Before anything asks where things are.
 void use_own_runtime();

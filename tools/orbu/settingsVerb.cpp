@@ -13,7 +13,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <climits>
+#include <chrono>
 #include <cstring>
 #include <memory>
 #include <unistd.h>
@@ -24,6 +24,7 @@ using Json = nlohmann::ordered_json;
 
 constexpr char kFileName[] = "OrbuUserSettings.xml";
 constexpr char kDefaultTimeout[] = "20s";
+constexpr int kLockTurn = 1000; // microseconds
 
 constexpr char kExamples[] = R"(Examples:
   orbu settings set viewer zoom 125
@@ -93,10 +94,17 @@ void resolve_file(Arguments& arguments) {
 // Waits until nobody holds the store, so that the library, which waits without a limit, goes ahead. Leaving
 // frees the name of the lock, also one that a killed process has left taken.
 void wait_for_lock(Arguments const& arguments) {
-    auto const limit = std::chrono::duration_cast<std::chrono::microseconds>(arguments.timeout).count();
     OrbuMutex lock;
-    if (lock.Open(OrbuSettings::formatMutexName(arguments.file.c_str())) &&
-        !lock.Lock(static_cast<int>(std::clamp(limit, 1L, static_cast<long>(INT_MAX))))) {
+    if (!lock.Open(OrbuSettings::formatMutexName(arguments.file.c_str()))) {
+        return;
+    }
+    // The lock counts its sleeps as asked for, and each takes longer than that: the clock decides.
+    auto const limit = std::chrono::steady_clock::now() + arguments.timeout;
+    bool held = lock.Lock(kLockTurn);
+    while (!held && std::chrono::steady_clock::now() < limit) {
+        held = lock.Lock(kLockTurn);
+    }
+    if (!held) {
         throw Failure(ExitTimeLimit, arguments.file + ": locked by another process for " +
                                          duration_text(arguments.timeout) +
                                          "; the lock is free now, in case its holder was killed: try again");

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <unistd.h>
 
 namespace {
@@ -31,33 +32,29 @@ public:
         std::free(text_);
     }
 
-    // What was printed since the last call.
-    std::string take() {
+    // Valid until more is printed.
+    std::string_view text() {
         std::fflush(stream_);
-        std::string const all(text_, size_);
-        std::string fresh = all.substr(taken_);
-        taken_ = all.size();
-        return fresh;
+        return {text_, size_};
     }
 
 private:
     char* text_ = nullptr;
     size_t size_ = 0;
-    size_t taken_ = 0;
     std::FILE* stream_;
     std::FILE* kept_;
 };
 
 // The names in the library's lines about unknown variables.
-void add_unknown(std::string printed, std::vector<std::string>& to) {
+void add_unknown(std::string_view printed, std::vector<std::string>& to) {
     constexpr std::string_view kBefore = "Environment variable ";
     constexpr std::string_view kBehind = " could not be found\n";
     for (size_t end = 0; printed.starts_with(kBefore) && (end = printed.find(kBehind)) != printed.npos;) {
-        std::string const name = printed.substr(kBefore.size(), end - kBefore.size());
+        auto const name = printed.substr(kBefore.size(), end - kBefore.size());
         if (std::find(to.begin(), to.end(), name) == to.end()) {
-            to.push_back(name);
+            to.emplace_back(name);
         }
-        printed.erase(0, end + kBehind.size());
+        printed.remove_prefix(end + kBehind.size());
     }
 }
 
@@ -148,7 +145,7 @@ Survey take_survey(std::string const& locale) {
         application("application resource", OrbuUtil::ApplicationResource),
         application("application error log", OrbuUtil::ApplicationErrorLog),
     };
-    add_unknown(printed.take(), survey.unknown);
+    add_unknown(printed.text(), survey.unknown);
     for (Location& location : survey.locations) {
         location.exists = !location.value.empty() && ::access(location.value.c_str(), F_OK) == 0;
         location.writable = location.exists && ::access(location.value.c_str(), W_OK) == 0;

@@ -1,5 +1,5 @@
+#include "orbuutil/c_memory.h"
 #include "orbuutil/tmapPrivate.h"
-
 #include "orbuutil/tstrList.h"
 #include "support/texts.h"
 
@@ -9,6 +9,9 @@
 #include <type_traits>
 
 namespace {
+
+using support::Texts;
+using support::texts;
 
 void put(TMap<TStr, TStr>& map, const char* key, const char* value) {
     TStr k(key);
@@ -27,7 +30,8 @@ unsigned long hash(Key const& key) { return static_cast<unsigned long>(key.numbe
 
 } // namespace
 
-static_assert(!std::is_copy_assignable_v<TMap<TStr, TStr>>);
+static_assert(!std::is_copy_assignable_v<TList<TStr>> && !std::is_copy_assignable_v<TMap<TStr, TStr>>);
+static_assert(sizeof(TList<int>) == 2 * sizeof(void*));      // the virtual table and the list
 static_assert(sizeof(TMap<long, int>) == 2 * sizeof(void*)); // the virtual table and the map
 
 // The order in which marshalled attributes are written follows from these.
@@ -55,23 +59,35 @@ TEST(TMap, WalksInTheOrderOfTheFormat) {
     EXPECT_EQ(private_tmap_find(map, TStr("abcdefgh3")), nullptr);
 }
 
-TEST(TMap, SharesOneRecordWhileAnyInstanceLives) {
+template <typename Container>
+class Containers : public testing::Test {};
+using Kinds = testing::Types<TList<TStr>, TMap<TStr, TStr>>;
+TYPED_TEST_SUITE(Containers, Kinds);
+
+TYPED_TEST(Containers, ShareOneRecordWhileAnyInstanceLives) {
+    for (int round = 0; round < 2; ++round) {
+        ASSERT_EQ(TypeParam::sinfo, nullptr);
+        TypeParam first;
+        ASSERT_NE(TypeParam::sinfo, nullptr);
+        {
+            TypeParam copy(first);
+            EXPECT_EQ(TypeParam::sinfo->ref_count, 2);
+        }
+        EXPECT_EQ(TypeParam::sinfo->ref_count, 1);
+    }
+    EXPECT_EQ(TypeParam::sinfo, nullptr);
+}
+
+TEST(TMap, CopiesItsValues) {
     const long before = memory_allocated();
-    ASSERT_EQ((TMap<TStr, TStr>::sinfo), nullptr);
     {
         TMap<TStr, TStr> first;
-        hashmap_info_record* record = TMap<TStr, TStr>::sinfo;
-        EXPECT_EQ(record->key_size, static_cast<int>(sizeof(TStr)));
-        EXPECT_EQ(record->val_size, static_cast<int>(sizeof(TStr)));
         put(first, "k", "v");
         TMap<TStr, TStr> copy(first);
-        EXPECT_EQ(record->ref_count, 2);
-        EXPECT_EQ(hashmap_info(copy.handle()), record);
         put(copy, "k", "w");
         EXPECT_EQ(*private_tmap_find(first, TStr("k")), TStr("v"));
         EXPECT_EQ(*private_tmap_find(copy, TStr("k")), TStr("w"));
     }
-    EXPECT_EQ((TMap<TStr, TStr>::sinfo), nullptr);
     EXPECT_EQ(memory_allocated(), before);
 }
 
@@ -92,4 +108,32 @@ TEST(TMap, TakesNumbersPointersAndHostTypes) {
     hashmap_insert(hosted.handle(), &key, &value);
     EXPECT_EQ(*private_tmap_find(hosted, host::Key{3}), value);
     EXPECT_EQ(hosted.keys().front(), key);
+}
+
+TEST(TList, RemovesByPlace) {
+    TList<TStr> const original = stringSplit("a,b,c,d", ",");
+    TList<TStr> items(original);
+    EXPECT_TRUE(list_equal(original.handle(), items.handle()));
+    items.front() = "changed";
+    items.removeFirst();
+    TListIterator<TStr> place(list_begin(items.handle()));
+    EXPECT_TRUE(place.next());
+    TListIterator<TStr> following = items.remove(place);
+    EXPECT_EQ(*following, TStr("d"));
+    EXPECT_EQ(texts(items), (Texts{"b", "d"}));
+    TListIterator<TStr> end = items.remove(following);
+    EXPECT_TRUE(end.isEnd());
+    EXPECT_TRUE(items.remove(end).isEnd());
+    EXPECT_EQ(texts(items), Texts{"b"});
+    items.removeFirst();
+    items.removeFirst(); // nothing is left
+    EXPECT_EQ(texts(original), (Texts{"a", "b", "c", "d"}));
+}
+
+TEST(TList, ItemsAreComparedByValue) {
+    TList<TStr> items = stringSplit("a,b,a", ",");
+    TStr wanted("b");
+    EXPECT_EQ(list_index(items.handle(), &wanted), 1);
+    list_push(items.handle(), nullptr); // a null item gives a default value
+    EXPECT_TRUE(static_cast<TStr*>(list_entry_value(list_tail(items.handle())))->isNull());
 }

@@ -1,0 +1,60 @@
+// Files of a test's own, and waiting for what others do with them.
+#pragma once
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <thread>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+// True as soon as `condition` holds, false when it has not come true within the limit.
+template <typename Condition>
+bool eventually(Condition condition, std::chrono::milliseconds limit = std::chrono::seconds(30)) {
+    for (auto const end = std::chrono::steady_clock::now() + limit; !condition();) {
+        if (std::chrono::steady_clock::now() >= end) {
+            return condition();
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return true;
+}
+
+inline bool fileExists(std::string const& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+inline std::string fileText(std::string const& path) {
+    std::ifstream file(path);
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+inline void writeFile(std::string const& path, std::string const& text) { std::ofstream(path) << text; }
+
+// A directory for each test, gone afterwards; the current directory is then what it was.
+class PlaceTest : public ::testing::Test {
+protected:
+    PlaceTest() {
+        std::string pattern = (std::filesystem::temp_directory_path() / "orbuXXXXXX").string();
+        mPlace = ::mkdtemp(pattern.data());
+    }
+    ~PlaceTest() override {
+        std::filesystem::current_path(mBefore);
+        std::filesystem::remove_all(mPlace);
+    }
+
+    std::string in(std::string const& name) const { return mPlace + "/" + name; }
+
+    // An executable file, with the directories above it.
+    std::string make(std::string const& name, std::string const& text = {}) const {
+        std::filesystem::create_directories(std::filesystem::path(in(name)).parent_path());
+        writeFile(in(name), text);
+        std::filesystem::permissions(in(name), std::filesystem::perms::owner_all);
+        return in(name);
+    }
+
+    std::string mPlace;
+    std::filesystem::path const mBefore = std::filesystem::current_path();
+};
