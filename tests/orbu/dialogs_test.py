@@ -136,9 +136,9 @@ class WaitTest(DialogTest):
                 self.assertEqual(self.dialog("", "wait", "--", *command, code=code).stdout, "")
         self.assertEqual(self.dialog("", "wait", "--", "printf", "%s;", "[a,b]", "--", "--help").stdout, "[a,b];--;--help;")
         # Nothing of orbu's own is in its environment, and no trouble with a server in its way.
-        self.environment["HOME"] = self.folder
-        names = self.dialog("", "wait", "--", sys.executable, "-c", "import os; print(*os.environ)").stdout.split()
-        self.assertEqual(set(names) - {"LC_CTYPE"}, set(self.environment))
+        self.environment.update(HOME=self.folder, ORBU_RUNTIME="as it was")
+        found = self.dialog("", "wait", "--", sys.executable, "-c", "import json, os; print(json.dumps(dict(os.environ)))")
+        self.assertEqual({**json.loads(found.stdout), "LC_CTYPE": None}, {**self.environment, "LC_CTYPE": None})
         self.server = "/nosuch"
         result = self.dialog("", "wait", "--", "sh", "-c", "sleep 0.5; echo done; exit 3", code=3)
         self.assertEqual(result.stdout, "done\n")

@@ -7,11 +7,13 @@ import os
 import pathlib
 import shutil
 import subprocess
+import sys
 import tempfile
 import unittest
 
 BIN = pathlib.Path(os.environ["ORBU_TEST_BIN"])
 RUNTIME = BIN.parent / "lib" / "orbu"
+SERVER = pathlib.Path(__file__).resolve().parent.parent / "wire" / "server.py"
 SECONDS = 60
 DONE, NEGATIVE = 0, 1
 
@@ -161,6 +163,14 @@ class DoctorTest(LocationsTest):
         self.assertEqual(set(self.wrong(**self.use(runtime))), {"error table file", "string resources", "companion"})
         shutil.rmtree(resources)
         self.assertIn("common data", self.wrong(**self.use(runtime)))
+
+    def test_older_companion(self):
+        runtime = self.moved()
+        program = runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX"
+        program.write_text(f"#!/bin/sh\nexec {sys.executable} {SERVER}\n", encoding="utf-8")
+        found = self.wrong(**self.use(runtime))
+        self.assertEqual(list(found), ["dialogs"])
+        self.assertIn("older", found["dialogs"])
 
     def test_string_resources(self):
         runtime = self.moved()

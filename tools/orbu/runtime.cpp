@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <pwd.h>
 #include <string>
 #include <unistd.h>
@@ -10,6 +11,7 @@ namespace {
 
 bool own_in_force = false;
 bool own_home = false;
+std::optional<std::string> runtime_before; // ORBU_RUNTIME
 
 // By a path relative to this program; no absolute one when it cannot be told where that is.
 std::string own_runtime() {
@@ -30,6 +32,9 @@ void use_own_runtime() {
     std::string const file = runtime + "/OrbuCustomEnv.xml";
     if (runtime.starts_with('/') && std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") == nullptr &&
         std::getenv("VEXMOOR_ORBU_CUSTOM_ENV") == nullptr && ::access(file.c_str(), R_OK) == 0) {
+        if (char const* const before = std::getenv("ORBU_RUNTIME")) {
+            runtime_before = before;
+        }
         ::setenv("ORBU_RUNTIME", runtime.c_str(), 1);
         ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", file.c_str(), 1);
         own_in_force = true;
@@ -40,8 +45,11 @@ bool uses_own_runtime() { return own_in_force; }
 
 void restore_environment() {
     if (own_in_force) {
-        ::unsetenv("ORBU_RUNTIME");
         ::unsetenv("VEXMOOR_ORBU_CUSTOM_ENV");
+        ::unsetenv("ORBU_RUNTIME");
+    }
+    if (runtime_before) {
+        ::setenv("ORBU_RUNTIME", runtime_before->c_str(), 1);
     }
     if (own_home) {
         ::unsetenv("HOME");

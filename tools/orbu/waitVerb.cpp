@@ -58,6 +58,7 @@ public:
         }
         // Out of the reach of the terminal's keys, which are for the command.
         ::setpgid(0, 0);
+        ::signal(SIGTTOU, SIG_IGN); // a word on standard error is no reason to be stopped
         ::signal(SIGTERM, SIG_DFL);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         int const null = ::open("/dev/null", O_RDWR);
