@@ -43,6 +43,8 @@ public:
         addButton(work_, "Work for three seconds", &HostWindow::work);
         box_.prepend(wheel_);
         set_child(box_);
+        // Not while a dialog stands: what waits for it is a call of ours.
+        signal_close_request().connect([this] { return !box_.get_sensitive(); }, false);
         if (script) {
             Glib::signal_timeout().connect_once(sigc::mem_fun(*this, &HostWindow::playScript), 500);
         }

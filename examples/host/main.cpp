@@ -57,7 +57,7 @@ int main(int argc, char** argv) {
     // 3. A text to be read. This call returns when the user closes it.
     bool const shown =
         OrbuIntUtil::showErrorDialog(text("caption_error"), text("sample_title"), text("sample_detail"), 1);
-    std::printf("error dialog: %s\n", shown ? "closed by the user" : "could not be shown");
+    std::printf("error dialog: %s\n", shown ? "closed by the user" : text("no_server").toUtf8());
 
     // 4. A question: the ids of two labels, the second with the focus.
     long const button =

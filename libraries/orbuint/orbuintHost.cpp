@@ -10,15 +10,14 @@
 constinit COrbuIntHost* COrbuIntHost::sInstance = nullptr;
 
 int COrbuIntHost::initialize(TStr const& locale, AppMsgCallback errorTexts, TStr const& logFile) {
+    if (COrbuUtilObjectManager::instance()->shutting_down_i()) {
+        return OrbuIntRefused; // what is made now would never be destroyed
+    }
     COrbuIntSingletonOrder const order;
     OrbuLogger::instance_m()->setLogFileName(logFile);
     if (sInstance == nullptr) {
-        auto* const made = new COrbuIntHost;
-        if (COrbuUtilObjectManager::at_exit(made, nullptr) != 0) {
-            delete made;
-            return OrbuIntRefused;
-        }
-        sInstance = made;
+        sInstance = new COrbuIntHost;
+        COrbuUtilObjectManager::at_exit(sInstance, nullptr);
     }
     sInstance->mLocale = locale.isEmpty() ? TStr("") : locale;
     sInstance->mAppMsgCB = errorTexts;
@@ -37,10 +36,8 @@ void COrbuIntHost::shutdown() { COrbuUtilObjectManagerManager::cleanup(); }
 COrbuIntHost* COrbuIntHost::instance() { return sInstance; }
 
 COrbuIntHost::~COrbuIntHost() {
-    if (sInstance == this) {
-        sInstance = nullptr;
-        COrbuIntWaitDialog::disconnect();
-    }
+    sInstance = nullptr;
+    COrbuIntWaitDialog::disconnect();
 }
 
 int COrbuIntHost::setAppProcessEventsCallback(ProcessEventsCallback callback, void* context) {

@@ -12,6 +12,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <pwd.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -189,7 +190,8 @@ TStr OrbuIntUtil::getCurrentUserDomain() {
     TStr domain("");
     char line[2048];
     while (domain.isEmpty() && std::fgets(line, sizeof line, lines) != nullptr) {
-        domain = TStr(line).stripWhiteSpace();
+        // stripWhiteSpace() leaves a text as it is that is nothing but white space.
+        domain = TStr(line + std::strspn(line, " \t\n\v\f\r")).stripWhiteSpace();
     }
     ::pclose(lines);
     return domain;

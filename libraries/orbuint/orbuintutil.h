@@ -5,16 +5,16 @@
 // (but see orbuIntWaitDialog.h).
 //
 // - A dialog blocks the calling thread until it is closed, without limit. In each round of that wait the
-//   host's process-events callback runs, so its windows live on (orbuintHost.h).
+//   host's process-events callback runs, so its windows live on (orbuintHost.h). It does not run while the
+//   server is started, which takes some milliseconds.
 // - Failures: a false result or a number, and a record (COrbuIntError, source unit "orbuintutil") in the
 //   general log, OrbuLogger::instance_m(). A server that dies ends a wait at once; one that cannot be started
-//   is given up after 100,000 rounds, some 15 seconds. Nothing stops the host: SIGPIPE does not reach it, and
-//   its disposition and mask are left as they are, which also hold inside its callbacks.
+//   is given up after 100,000 rounds, which are some 20 seconds. Nothing stops the host: SIGPIPE does not
+//   reach it, and its disposition and mask stay as they are, inside its callbacks too.
 // - One at a time. All connections of a process share one FIFO for what comes back, and the first to end
-// takes
-//   it away from the others. So when a process-events callback opens a dialog while another stands, the new
-//   one works, and as it closes the outer one fails: its window goes, its function reports result 1 of the
-//   connection. Requests that want no answer (the wait dialog's) are not affected: see there.
+//   takes it away from the others. So when a process-events callback opens a dialog while another stands, the
+//   new one works, and as it closes the outer one fails: its window goes, and it gives no answer (the record
+//   is 1 of vendor 8). Requests that want no answer, those of the wait dialog, are not affected: see there.
 // - Texts are plain, in UTF-8. A null text is not sent; an empty one is.
 // - Threads: the host's one thread for dialogs.
 #pragma once

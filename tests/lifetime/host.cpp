@@ -1,11 +1,13 @@
 // The part of a host that is loaded with the library: it makes the singletons and registers hooks, and tells
 // what happens to them.
+#include "orbuint/orbuintHost.h"
 #include "orbuint/orbuintResHandler.h"
-#include "orbuint/orbuintSingletonOrder.h"
 #include "orbulog/orbuLogger.h"
 #include "orbuutil/orbuSingleton.h"
 #include "orbuutil/tstr.h"
 #include "orbuutil/ttimer.h"
+
+#include <cstring>
 
 static void (*told)(const char* event);
 
@@ -24,21 +26,24 @@ struct TopManager {
         TTimer::clock();
         const bool timers = TTimer::getTimer(id) != nullptr && TTimer::remove(id);
         TTimer::setManualClock(false, 15);
-        tell("top manager", timers && OrbuLogger::instance_m()->getLogFileName() == "general.log" &&
+        tell("top manager", timers && COrbuIntHost::instance() != nullptr &&
+                                OrbuLogger::instance_m()->getLogFileName() == "general.log" &&
                                 COrbuIntResHandler::instance()->getString("any") == "");
     }
 };
 
 static void hook(void* object, void* param) {
     const bool refused = COrbuUtilObjectManager::at_exit(&told, hook, nullptr) == -1;
-    tell(static_cast<const char*>(param), TStr::null.isNull() && refused && object != nullptr);
+    const char* const name = static_cast<const char*>(param);
+    const bool host = (COrbuIntHost::instance() == nullptr) == (std::strcmp(name, "oldest hook") == 0);
+    tell(name, TStr::null.isNull() && refused && host && object != nullptr);
 }
 
 extern "C" ORBU_EXPORT void lifetime_start(void (*listener)(const char*)) {
     static char objects[3];
     told = listener;
     COrbuUtilObjectManager::at_exit(&objects[0], hook, const_cast<char*>("oldest hook"));
-    COrbuIntSingletonOrder();
+    COrbuIntHost::initialize("en_US", nullptr);
     OrbuLogger::instance_m()->setLogFileName("general.log");
     COrbuUtilSingleton<TopManager>::instance();
     COrbuUtilObjectManager::at_exit(&objects[1], hook, const_cast<char*>("older hook"));
