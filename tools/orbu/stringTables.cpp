@@ -90,9 +90,10 @@ std::vector<StringFault> find_faults(std::map<std::string, StringTable> const& t
                 doubled.push_back(id);
             }
         }
-        auto const add = [&](std::vector<std::string> const& ids, char const* words, char const* advice) {
+        auto const add = [&faults, &name = file](std::vector<std::string> const& ids, char const* words,
+                                                 char const* advice) {
             if (!ids.empty()) {
-                faults.push_back({file + words + listed(ids), advice});
+                faults.push_back({name + words + listed(ids), advice});
             }
         };
         add(missing, " lacks ", "add it, with its words in that language");
