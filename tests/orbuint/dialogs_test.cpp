@@ -17,7 +17,7 @@
 #include <optional>
 #include <regex>
 #include <semaphore.h>
-#include <sstream>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -80,12 +80,10 @@ protected:
         for (int i = 0; i < 4; ++i) {
             bin = bin.parent_path();
         }
-        useLocations(key("ORBU_COMMON_BIN_LOCATION", bin) + key("ORBU_MAC_FRAMEWORK_LOCATION", directory()));
-        std::string const resources = directory() + "/Orbu.framework/Versions/31a/Resources/de_DE";
-        std::filesystem::create_directories(resources);
-        writeFile(resources + "/OrbuIntRes.xml",
-                  "<ORBUSTRINGTABLE><STRING ID='yes'><CAPTION>Ja</CAPTION></STRING>"
-                  "<STRING ID='no'><CAPTION>Nein; nicht</CAPTION></STRING></ORBUSTRINGTABLE>");
+        useLocations(key("ORBU_COMMON_BIN_LOCATION", bin) + key("ORBU_MAC_FRAMEWORK_LOCATION", mPlace));
+        make("Orbu.framework/Versions/31a/Resources/de_DE/OrbuIntRes.xml",
+             "<ORBUSTRINGTABLE><STRING ID='yes'><CAPTION>Ja</CAPTION></STRING>"
+             "<STRING ID='no'><CAPTION>Nein; nicht</CAPTION></STRING></ORBUSTRINGTABLE>");
         COrbuUtilObjectManagerManager::cleanup();
         OrbuLogger::instance_m()->setLogFileName(logFile().c_str());
         QMXPipeConduit::sLastSessionId = 10;
@@ -103,9 +101,8 @@ protected:
         return "<KEY ID=\"" + id + "\"><STRING>" + value + "</STRING></KEY>";
     }
     void useLocations(std::string const& keys) {
-        writeFile(directory() + "/env.xml",
-                  "<ORBUCUSTOMENV><PLATFORM OS=\"Mac\">" + keys + "</PLATFORM></ORBUCUSTOMENV>");
-        setVariable("VEXMOOR_ORBU_CUSTOM_ENV", directory() + "/env.xml");
+        setVariable("VEXMOOR_ORBU_CUSTOM_ENV", make("env.xml", "<ORBUCUSTOMENV><PLATFORM OS=\"Mac\">" + keys +
+                                                                   "</PLATFORM></ORBUCUSTOMENV>"));
         ASSERT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
     }
     void initialize(char const* locale = "de_DE") {
@@ -116,37 +113,33 @@ protected:
 
     static std::string hostPrefix() { return "/var/tmp/QMX" + std::to_string(::getpid()); }
     static std::string hostLock() { return "/QMX" + std::to_string(::getpid()) + ".lock"; }
-    std::string logFile() const { return directory() + "/general.log"; }
+    std::string logFile() const { return in("general.log"); }
 
     // A server by hand for one connection: keeps the lines, and answers those that want it, with `attributes`
     // in the answer. Dialogs are left standing without.
     Child serve(std::optional<std::string> const& attributes) {
-        int const partner = ::getpid();
         std::string const place = hostPrefix();
-        std::filesystem::remove(directory() + "/lines");
+        std::string const output = place + "/" + std::to_string(::getpid());
+        std::filesystem::remove(in("lines"));
         Child server([=, this] {
-            RawPeer peer(place, 0, partner);
+            ::alarm(60);
+            ::mkdir(place.c_str(), 0770);
+            ::mkfifo((place + "/0").c_str(), 0700);
+            std::fstream input(place + "/0"); // for writing, too: there is no end
             writeFile(place + "/.serverpid", std::to_string(::getpid()));
             std::string lines;
-            for (std::string code; code != "system.cndTerm";) {
-                std::string const line = peer.receive();
+            for (std::string line; lines.find("system.cndTerm") == std::string::npos;) {
+                std::getline(input, line);
                 lines += line + "\n";
-                writeFile(directory() + "/lines", lines);
-                Texts fields;
-                std::istringstream parts(line);
-                for (std::string part; std::getline(parts, part, ';');) {
-                    fields.push_back(part);
-                }
-                if (fields.size() < 6) {
-                    return 1;
-                }
-                code = fields[1];
-                if (fields[5] == "2" && (attributes || code.rfind("system.", 0) == 0)) {
-                    std::string const facility = code.substr(0, code.find('.'));
-                    peer.send("65536;" + facility + ".RESP;" + fields[3] + ";77;0;1;" +
-                              attributes.value_or("") + "RSCD=d0\n");
+                writeFile(in("lines"), lines);
+                std::smatch field;
+                if (std::regex_match(line, field, std::regex("65536;(\\w+)\\.\\w+;\\d+;(\\d+);0;2;.*")) &&
+                    (attributes || field[1] == "system")) {
+                    writeFile(output, "65536;" + field[1].str() + ".RESP;" + field[2].str() + ";77;0;1;" +
+                                          attributes.value_or("") + "RSCD=d0\n");
                 }
             }
+            ::unlink((place + "/0").c_str());
             return 0;
         });
         EXPECT_TRUE(
@@ -155,7 +148,7 @@ protected:
     }
     // What the server got between the handshake and the goodbye; a process id reads PID.
     std::string lines() const {
-        std::string const all = std::regex_replace(fileText(directory() + "/lines"),
+        std::string const all = std::regex_replace(fileText(in("lines")),
                                                    std::regex("CPID=d" + std::to_string(::getpid())), "PID");
         size_t const first = all.find('\n') + 1;
         size_t const last = all.find("65536;system.cndTerm;77;");
@@ -273,7 +266,7 @@ TEST_F(Dialogs, TellWhyTheyCannotBeShown) {
     }
     EXPECT_EQ(records(), (Texts{"OrbuIntWaitDialog 8", "orbuintutil 5", "OrbuIntWaitDialog 5"}));
 
-    useLocations(key("ORBU_MAC_FRAMEWORK_LOCATION", directory())); // no common bin folder
+    useLocations(key("ORBU_MAC_FRAMEWORK_LOCATION", mPlace)); // no common bin folder
     EXPECT_EQ(OrbuIntUtil::getQMXPipeConduit(), nullptr);
     EXPECT_EQ(OrbuIntUtil::showMessageBox("", "", 0, "yes", "no", 0), -1);
     EXPECT_EQ(wait.show(), 5);
@@ -397,7 +390,7 @@ TEST_F(Dialogs, TheUserAndTheDomain) {
     TStr user;
     EXPECT_TRUE(OrbuIntUtil::getCurrentUserName(user, true));
     EXPECT_EQ(text(user), std::to_string(::geteuid()));
-    setVariable("PATH", directory() + ":" + std::getenv("PATH"));
+    setVariable("PATH", mPlace + ":" + std::getenv("PATH"));
     char const* const rows[][2] = {
         {"nameserver 1.2.3.4\n", ""},
         {"=domain no\n#\n domain \t example.org  more\ndomain second\n", "example.org"},
@@ -405,9 +398,8 @@ TEST_F(Dialogs, TheUserAndTheDomain) {
         {"domain\ndomain \xC3\xA9\n", "\xC3\xA9"},
     };
     for (auto const& row : rows) {
-        writeFile(directory() + "/resolv", row[0]); // in the place of the system's
-        writeFile(directory() + "/cat", "#!/bin/sh\nexec sed '' " + directory() + "/resolv\n");
-        std::filesystem::permissions(directory() + "/cat", std::filesystem::perms::owner_all);
+        writeFile(in("resolv"), row[0]); // in the place of the system's
+        make("cat", "#!/bin/sh\nexec sed '' " + in("resolv") + "\n");
         EXPECT_EQ(text(OrbuIntUtil::getCurrentUserDomain()), row[1]);
     }
 }
