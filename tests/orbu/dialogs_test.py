@@ -139,10 +139,10 @@ class WaitTest(DialogTest):
         self.environment.update(HOME=self.folder, ORBU_RUNTIME="as it was")
         found = self.dialog("", "wait", "--", sys.executable, "-c", "import json, os; print(json.dumps(dict(os.environ)))")
         self.assertEqual({**json.loads(found.stdout), "LC_CTYPE": None}, {**self.environment, "LC_CTYPE": None})
-        self.server = "/nosuch"
-        result = self.dialog("", "wait", "--", "sh", "-c", "sleep 0.5; echo done; exit 3", code=3)
-        self.assertEqual(result.stdout, "done\n")
-        self.assertIn("the wait dialog is not shown", result.stderr)
+        process = subprocess.Popen([ORBU, "wait", "--server", "/nosuch", "--", "cat"], stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, env=self.environment)
+        self.assertIn("the wait dialog is not shown", process.stderr.readline())
+        self.assertEqual((process.communicate("all the same", timeout=SECONDS)[0], process.returncode), ("all the same", DONE))
 
     def test_shown_while_it_runs(self):
         process = self.begin_wait("cat")

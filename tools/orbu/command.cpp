@@ -58,6 +58,7 @@ private:
         prepare();
     }
     std::vector<char*> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string const& word : words) {
         arguments.push_back(const_cast<char*>(word.c_str()));
     }

@@ -40,7 +40,7 @@ std::string locale_of_environment() {
 
 std::string dialog_locale(std::string const& given) {
     std::string const wanted = given.empty() ? locale_of_environment() : given;
-    std::string const normal = bytes_of(OrbuUtil::getOrbuInternalLocale(wanted.c_str(), false));
+    std::string normal = bytes_of(OrbuUtil::getOrbuInternalLocale(wanted.c_str(), false));
     auto const admitted = items_of(QMXTranslatorCache::availableLocales());
     if (std::find(admitted.begin(), admitted.end(), normal) != admitted.end()) {
         return normal;
@@ -55,7 +55,7 @@ std::string word(std::string const& locale, char const* id) {
     COrbuIntResHandler* const resources = COrbuIntResHandler::instance();
     resources->loadResourceFile(
         OrbuUtil::getOrbuFileLocation(OrbuUtil::CommonLocalizedData, TStr(locale.c_str())));
-    std::string const found = bytes_of(resources->getString(id));
+    std::string found = bytes_of(resources->getString(id));
     if (!found.empty()) {
         return found;
     }
