@@ -10,10 +10,9 @@ import shutil
 import signal
 import subprocess
 import sys
-import time
 import unittest
 
-from orbu_test import BAD_DATA, COMPANION, DONE, INTERRUPTED, NEGATIVE, NO_SERVER, ORBU, SECONDS, USAGE, OrbuTest, alive
+from orbu_test import BAD_DATA, COMPANION, DONE, INTERRUPTED, NO_SERVER, ORBU, SECONDS, USAGE, OrbuTest, alive
 from wire import Packet, wait_for
 
 UNANSWERED, NO_DISPLAY = 5, 8
