@@ -128,12 +128,12 @@ class NamedLock:
         self.libc.sem_unlink(self.name)
 
 
-def wait_for(condition, seconds, what):
+def wait_for(condition, seconds, what, pause=0.0005):
     end = time.monotonic() + seconds
     while not condition():
         if time.monotonic() > end:
             raise TimeoutError(f"{what} did not come within {seconds} s")
-        time.sleep(0.0005)
+        time.sleep(pause)
 
 
 def server_pid(prefix):
