@@ -169,8 +169,7 @@ class KeyboardTest(WindowsTest):
             with self.subTest(focus=focus, keys=keys):
                 peer.open(BOX, title=PLAIN, button_0="A", button_1="B", button_2="C", focus_button_index=focus)
                 window = self.window(BOX)
-                self.operate(window, keys)
-                self.assertEqual(peer.answer(), button)
+                self.assertEqual(self.operate(window, keys, peer), button)
                 connections.add((window.pid, window.connection))
         # All by one start of the toolkit: one process, one connection to the display.
         self.assertEqual(len(connections), 1)
@@ -186,14 +185,12 @@ class KeyboardTest(WindowsTest):
                     window.press("Control_L+c")
                     wait_for(lambda: self.screen.clipboard() == f"{PLAIN}\n\n{detail}".strip(), SECONDS, "the message in "
                              "the clipboard", PAUSE)
-                    self.operate(window, keys)
-                    self.assertIsNone(peer.answer())
+                    self.assertIsNone(self.operate(window, keys, peer))
 
     def test_box_without_buttons(self):
         peer = self.peer()
         peer.open(BOX, title="")
-        self.operate(self.window(BOX), "Escape")
-        self.assertEqual(peer.answer(), 0)
+        self.assertEqual(self.operate(self.window(BOX), "Escape", peer), 0)
 
     def test_dialogs_do_not_wait_for_one_another(self):
         first, second = self.peer(), self.peer()
@@ -206,11 +203,15 @@ class KeyboardTest(WindowsTest):
             windows[title].press("Return")
             self.assertEqual(peer.answer(), answer)
 
-    def operate(self, window, keys):
+    def operate(self, window, keys, peer):
+        """Gives the answer, once the window is gone, too."""
         if keys is None:
             window.close()
         else:
             window.press(*keys.split())
+        answer = peer.answer()
+        self.windows()
+        return answer
 
 
 class WaitTest(WindowsTest):
@@ -246,6 +247,7 @@ class WaitTest(WindowsTest):
                 peer.open(ERROR)
                 self.windows(ERROR, self.TITLE)[0].press("Return")
                 peer.answer()
+                self.window(self.TITLE)
             self.assertEqual(self.window(self.TITLE).id, window.id)
         second.wait(False)
         self.windows()
@@ -360,6 +362,7 @@ class AccessibilityTest(WindowsTest):
             self.find("image", "Question")
             self.act("push button", label)
             self.assertEqual(peer.answer(), button)
+            self.windows()
 
     def test_error_dialog(self):
         peer = self.peer()
@@ -381,6 +384,7 @@ class AccessibilityTest(WindowsTest):
             peer.open(ERROR, locale=locale)
             self.act("push button", word)
             self.assertIsNone(peer.answer())
+            self.windows()
 
     def test_wait_dialog(self):
         self.peer().wait(True)
