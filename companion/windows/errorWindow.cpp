@@ -93,6 +93,7 @@ void ErrorWindow::addDetail(Texts& texts) {
     box->append(*copyAll);
 
     auto* const label = makeLabel(word, locale());
+    label->set_margin_start(kSpacing / 2);
     expander_.set_label_widget(*label);
     expander_.set_child(*box);
     setAccessibleName(expander_, word);

@@ -16,7 +16,11 @@ namespace {
 // Colours come from the theme, so that dark and high contrast ones keep their own.
 constexpr char kStyle[] = R"(
 window.dialog-window > .content { padding: 24px; }
-window.dialog-window .icon { -gtk-icon-size: 48px; }
+window.dialog-window .icon { -gtk-icon-size: 48px; -gtk-icon-style: symbolic; }
+window.dialog-window .dialog-error { color: @error_color; }
+window.dialog-window .dialog-warning { color: @warning_color; }
+window.dialog-window .dialog-question,
+window.dialog-window .dialog-information { color: @theme_selected_bg_color; }
 window.dialog-window .buttons button { min-width: 72px; padding: 6px 14px; }
 window.dialog-window .detail { border-radius: 6px; }
 window.dialog-window .detail textview { padding: 8px; }
