@@ -20,7 +20,7 @@
 namespace {
 
 constexpr std::size_t kLongestCaption = 200;
-constexpr std::size_t kLongestTitle = 8000;
+constexpr std::size_t kLongestTitle = 4000;
 // A first line of up to so many characters is a headline; a longer one is read more easily as it is.
 constexpr glong kLongestHeadline = 160;
 constexpr double kHeadlineScale = 1.12;
@@ -53,6 +53,18 @@ void emphasizeHeadline(Gtk::Label& label, std::string const& title, std::string 
     attributes.insert(weight);
     attributes.insert(scale);
     label.set_attributes(attributes);
+}
+
+Gtk::Button* makeButton(std::string const& word, std::string const& locale) {
+    auto* const label = makeLabel(word, locale);
+    label->set_max_width_chars(kMostWordCharacters);
+    label->set_xalign(0.5F);
+    label->set_justify(Gtk::Justification::CENTER);
+    auto* const button = Gtk::make_managed<Gtk::Button>();
+    button->add_css_class("dialog-button");
+    button->set_child(*label);
+    setAccessibleName(*button, word);
+    return button;
 }
 
 } // namespace
@@ -133,45 +145,33 @@ void DialogWindow::addHeadline(Dialog const& dialog) {
 }
 
 void DialogWindow::addButtons(std::vector<std::string> const& words, long focus) {
-    auto* const grid = Gtk::make_managed<Gtk::Grid>();
-    grid->add_css_class("buttons");
-    grid->set_column_spacing(kButtonSpacing);
-    grid->set_row_spacing(kButtonSpacing);
-
     std::vector<Gtk::Button*> buttons;
     int widest = 0;
     int sum = -kButtonSpacing;
     for (std::string const& word : words) {
-        auto* const label = makeLabel(word, locale_);
-        label->set_max_width_chars(kMostWordCharacters);
-        label->set_xalign(0.5F);
-        label->set_justify(Gtk::Justification::CENTER);
-        auto* const button = Gtk::make_managed<Gtk::Button>();
-        button->set_child(*label);
-        setAccessibleName(*button, word);
+        Gtk::Button* const button = makeButton(word, locale_);
         button->signal_clicked().connect(
             [this, index = static_cast<long>(buttons.size())] { answer(index); });
         buttons.push_back(button);
-        grid->attach(*button, static_cast<int>(buttons.size()) - 1, 0);
         widest = std::max(widest, widthOf(*button));
         sum += widthOf(*button) + kButtonSpacing;
     }
 
+    // One row at the end if it fits, else equal columns, as many as there is room for, and as even as can be.
     Room const room = roomOnScreen();
     int const width = std::min(room.width, kMostColumn + kIconWidth + kSpacing + 2 * kMargin) - 2 * kMargin;
     int const count = static_cast<int>(buttons.size());
-    if (sum <= width) {
-        grid->set_halign(Gtk::Align::END);
-    } else {
-        // Equal columns, as many as there is room for, and as even as can be.
-        int const most = std::clamp((width + kButtonSpacing) / (widest + kButtonSpacing), 1, count);
-        int const rows = (count + most - 1) / most;
-        int const columns = (count + rows - 1) / rows;
-        grid->set_column_homogeneous();
-        for (int i = 0; i < count; ++i) {
-            grid->remove(*buttons[static_cast<std::size_t>(i)]);
-            grid->attach(*buttons[static_cast<std::size_t>(i)], i % columns, i / columns);
-        }
+    bool const isOneRow = sum <= width;
+    int const most = std::clamp((width + kButtonSpacing) / (widest + kButtonSpacing), 1, count);
+    int const rows = isOneRow ? 1 : (count + most - 1) / most;
+    int const columns = (count + rows - 1) / rows;
+    auto* const grid = Gtk::make_managed<Gtk::Grid>();
+    grid->set_column_spacing(kButtonSpacing);
+    grid->set_row_spacing(kButtonSpacing);
+    grid->set_column_homogeneous(!isOneRow);
+    grid->set_halign(isOneRow ? Gtk::Align::END : Gtk::Align::FILL);
+    for (int i = 0; i < count; ++i) {
+        grid->attach(*buttons[static_cast<std::size_t>(i)], i % columns, i / columns);
     }
     content_.append(*boundHeight(*grid, width, room.height * kButtonsShare / kShares, get_title()));
 

@@ -13,6 +13,7 @@
 namespace {
 
 constexpr std::size_t kMostShown = 100000;
+constexpr long kLongestLine = 1000;
 // A detail that is longer gets all the room there is for it, without being measured first.
 constexpr std::size_t kMostMeasured = 4000;
 constexpr int kLeastHeight = 64;
@@ -62,7 +63,7 @@ std::string ErrorWindow::wholeMessage() const {
 
 void ErrorWindow::addDetail(Texts& texts) {
     std::string const word = texts.get(locale(), "details");
-    std::string const shown = shortText(detail_, kMostShown);
+    std::string const shown = shortLines(shortText(detail_, kMostShown), kLongestLine);
 
     auto* const view = Gtk::make_managed<Gtk::TextView>();
     view->set_editable(false);
@@ -107,5 +108,8 @@ void ErrorWindow::addDetail(Texts& texts) {
         bool const open = expander_.get_expanded();
         expander_.set_vexpand(open);
         set_resizable(open);
+        if (!open) {
+            set_default_size(-1, -1); // forgets the size that it was given by hand
+        }
     });
 }

@@ -6,6 +6,7 @@
 namespace {
 
 constexpr std::size_t kLongestCharacter = 4;
+constexpr int kLongestWord = 100;
 
 } // namespace
 
@@ -35,4 +36,41 @@ std::string oneLine(std::string const& text, std::size_t characters) {
         }
     }
     return line;
+}
+
+bool hasEndlessWord(std::string const& text) {
+    int length = 0;
+    for (char const* at = text.c_str(); *at != 0; at = g_utf8_next_char(at)) {
+        gunichar const character = g_utf8_get_char(at);
+        length = g_unichar_isspace(character) || g_unichar_iswide(character) ? 0 : length + 1;
+        if (length > kLongestWord) {
+            return true;
+        }
+    }
+    return false;
+}
+
+std::string shortLines(std::string const& text, long characters) {
+    std::string lines;
+    char const* written = text.c_str(); // up to here
+    char const* blank = nullptr;        // behind the last one of the line
+    long length = 0;
+    for (char const* at = written; *at != 0;) {
+        char const* const next = g_utf8_next_char(at);
+        if (*at == '\n') {
+            length = 0;
+            blank = nullptr;
+        } else if (++length > characters) {
+            char const* const end = blank ? blank : at;
+            lines.append(written, end).push_back('\n');
+            written = end;
+            length = g_utf8_pointer_to_offset(end, next);
+            blank = nullptr;
+        }
+        if (*at == ' ' || *at == '\t') {
+            blank = next;
+        }
+        at = next;
+    }
+    return lines.append(written);
 }

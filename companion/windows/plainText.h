@@ -12,3 +12,11 @@ std::string shortText(std::string const& text, std::size_t characters);
 
 // The same on one line: control characters become blanks. For a caption, or the label of a button.
 std::string oneLine(std::string const& text, std::size_t characters);
+
+// Whether valid text has a stretch of hundreds of characters without a place to break a line.
+bool hasEndlessWord(std::string const& text);
+
+// Valid text with an end of line put into each line that is longer than `characters`, behind the last blank
+// where there is one: a line is laid out as a whole, and takes the toolkit a time that grows much faster than
+// it.
+std::string shortLines(std::string const& text, long characters);

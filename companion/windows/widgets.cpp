@@ -9,6 +9,7 @@
 #include <gtkmm/stylecontext.h>
 #include <pangomm/attributes.h>
 
+#include "plainText.h"
 #include "texts.h"
 
 namespace {
@@ -21,7 +22,7 @@ window.dialog-window .dialog-error { color: @error_color; }
 window.dialog-window .dialog-warning { color: @warning_color; }
 window.dialog-window .dialog-question,
 window.dialog-window .dialog-information { color: @theme_selected_bg_color; }
-window.dialog-window .buttons button { min-width: 72px; padding: 6px 14px; }
+button.dialog-button { min-width: 72px; padding: 6px 14px; }
 window.dialog-window .detail { border-radius: 6px; }
 window.dialog-window .detail textview { padding: 8px; }
 window.dialog-window spinner { min-width: 28px; min-height: 28px; }
@@ -67,7 +68,8 @@ std::string pangoLanguage(std::string const& locale) {
 Gtk::Label* makeLabel(std::string const& text, std::string const& locale) {
     auto* const label = Gtk::make_managed<Gtk::Label>(text);
     label->set_wrap();
-    label->set_wrap_mode(Pango::WrapMode::WORD_CHAR);
+    // To measure an endless word by words takes the toolkit minutes.
+    label->set_wrap_mode(hasEndlessWord(text) ? Pango::WrapMode::CHAR : Pango::WrapMode::WORD_CHAR);
     label->set_xalign(0);
     Pango::AttrList attributes;
     auto language = Pango::Attribute::create_attr_language(Pango::Language(pangoLanguage(locale)));

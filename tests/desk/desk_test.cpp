@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <functional>
 #include <glibmm/main.h>
@@ -49,7 +50,7 @@ std::vector<Gtk::Window*> shownWindows() {
 
 void runFor(Milliseconds time) {
     auto const end = Clock::now() + time;
-    auto const wake = Glib::signal_timeout().connect([] { return true; }, 5);
+    auto wake = Glib::signal_timeout().connect([] { return true; }, 5);
     while (Clock::now() < end) {
         Glib::MainContext::get_default()->iteration(true);
     }
@@ -73,6 +74,8 @@ Dialog messageBox(std::vector<std::string> buttons, long focus = 0) {
     return dialog;
 }
 
+void press(Gtk::Button& button) { g_signal_emit_by_name(button.gobj(), "clicked"); }
+
 class DeskTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -93,11 +96,14 @@ protected:
     }
 
     Gtk::Window& open(DialogId id, Dialog const& dialog) {
-        auto const before = shownWindows().size();
+        auto const before = shownWindows();
         desk_->open(id, dialog);
-        EXPECT_TRUE(runUntil([&] { return shownWindows().size() > before; }));
+        auto const after = shownWindows();
+        EXPECT_EQ(after.size(), before.size() + 1);
         runFor(50ms);
-        return *shownWindows().back();
+        return **std::find_if(after.begin(), after.end(), [&before](Gtk::Window* window) {
+            return std::find(before.begin(), before.end(), window) == before.end();
+        });
     }
 
     std::unique_ptr<WindowDesk> desk_;
@@ -117,11 +123,10 @@ TEST_F(DeskTest, AWindowAnswersOnceWithItsButton) {
         EXPECT_EQ(all<Gtk::Label>(*buttons[1])[0]->get_text(), "<b>Two</b>");
         EXPECT_EQ(all<Gtk::Label>(*buttons[2])[0]->get_text(), "3");
         Gtk::Button* const button = buttons[static_cast<size_t>(pressed)];
-        button->activate();
-        button->activate();
+        press(*button);
+        press(*button);
         window.close();
-        EXPECT_TRUE(runUntil([&] { return !answers_[7].empty(); }));
-        runFor(400ms);
+        runFor(50ms);
         EXPECT_EQ(answers_[7], Buttons{pressed});
         EXPECT_TRUE(shownWindows().empty());
         answers_.clear();
@@ -199,8 +204,10 @@ TEST_F(DeskTest, NothingMakesAWindowLargerThanTheScreen) {
         auto const took = std::chrono::duration_cast<Milliseconds>(Clock::now() - start);
         EXPECT_LE(window.get_width(), room.width) << each.name;
         EXPECT_LE(window.get_height(), room.height) << each.name;
-        RecordProperty(each.name, std::to_string(took.count()) + " ms " + std::to_string(window.get_width()) + "x" +
-                                      std::to_string(window.get_height()));
+        std::printf("%s: %s\n", each.name,
+                    (std::to_string(took.count()) + " ms " + std::to_string(window.get_width()) + "x" +
+                     std::to_string(window.get_height()))
+                        .c_str());
         EXPECT_LT(took, 5s) << each.name;
         EXPECT_TRUE(window.get_focus() != nullptr) << each.name;
         desk_->close(1);
@@ -219,7 +226,7 @@ TEST_F(DeskTest, DetailsAreWholeInTheClipboardAndShrinkAgain) {
     EXPECT_EQ(expander->get_direction(), Gtk::TextDirection::RTL);
     expander->set_expanded(true);
     EXPECT_TRUE(runUntil([&] { return window.get_height() > height + 40; }));
-    all<Gtk::Button>(*expander).at(0)->activate();
+    press(*all<Gtk::Button>(*expander).at(0));
     std::string copied;
     EXPECT_TRUE(runUntil([&] { return window.get_clipboard()->is_local(); }));
     window.get_clipboard()->read_text_async([&](Glib::RefPtr<Gio::AsyncResult>& result) {
@@ -228,7 +235,7 @@ TEST_F(DeskTest, DetailsAreWholeInTheClipboardAndShrinkAgain) {
     EXPECT_TRUE(runUntil([&] { return !copied.empty(); }));
     EXPECT_TRUE(copied == std::string(200000, 'y') + "\uFFFD");
     expander->set_expanded(false);
-    EXPECT_TRUE(runUntil([&] { return window.get_height() == height; }));
+    EXPECT_TRUE(runUntil([&] { return window.get_height() == height; })) << window.get_height() << " " << height;
 }
 
 TEST_F(DeskTest, TheWaitDialogComesLateAndStaysForAWhile) {

@@ -15,7 +15,8 @@ protected:
     }
     ~TextsTest() override { std::filesystem::remove_all(folder_); }
 
-    std::string write(std::string const& runtime, std::string const& locale, std::string const& strings) const {
+    std::string write(std::string const& runtime, std::string const& locale,
+                      std::string const& strings) const {
         auto const folder = folder_ / runtime / locale;
         std::filesystem::create_directories(folder);
         std::ofstream(folder / "OrbuIntRes.xml") << "<ORBUSTRINGTABLE>" << strings << "</ORBUSTRINGTABLE>";
@@ -26,11 +27,13 @@ protected:
 };
 
 TEST_F(TextsTest, WordsComeFromTheNearestPlaceThatHasThem) {
-    std::string const inForce = write("in-force", "de_DE", R"(<STRING ID="ok"><CAPTION>Gut</CAPTION></STRING>)");
-    std::string const own = write("own", "de_DE",
-                                  R"(<STRING ID="ok"><CAPTION>OK</CAPTION></STRING>)"
-                                  R"(<STRING ID="close"><NOTE/></STRING><STRING ID="close"><CAPTION>Zu</CAPTION></STRING>)"
-                                  R"(<STRING ID="retry"><CAPTION></CAPTION></STRING>)");
+    std::string const inForce =
+        write("in-force", "de_DE", R"(<STRING ID="ok"><CAPTION>Gut</CAPTION></STRING>)");
+    std::string const own =
+        write("own", "de_DE",
+              R"(<STRING ID="ok"><CAPTION>OK</CAPTION></STRING>)"
+              R"(<STRING ID="close"><NOTE/></STRING><STRING ID="close"><CAPTION>Zu</CAPTION></STRING>)"
+              R"(<STRING ID="retry"><CAPTION></CAPTION></STRING>)");
     write("own", "en_US", R"(<STRING ID="retry"><CAPTION>Again</CAPTION></STRING>)");
     write("own", "fr_FR", "<STRING");
     Texts texts({inForce, own, folder_ / "nowhere"});
@@ -61,6 +64,9 @@ TEST(PlainText, IsCutBetweenCharactersAndAlwaysValid) {
     EXPECT_EQ(shortText("𝄞𝄞𝄞", 3), "𝄞𝄞𝄞");
     EXPECT_EQ(validText("a\xc3"), "a\uFFFD");
     EXPECT_EQ(oneLine("one\r\ntwo\x7f", 20), "one  two ");
+    EXPECT_EQ(shortLines("aä bc def\n12 34 5678", 6), "aä bc \ndef\n12 34 \n5678");
+    EXPECT_EQ(shortLines("ääääää\nab", 4), "ääää\nää\nab");
+    EXPECT_EQ(shortLines("", 4), "");
 }
 
 } // namespace
