@@ -235,7 +235,8 @@ TEST_F(DeskTest, DetailsAreWholeInTheClipboardAndShrinkAgain) {
     EXPECT_TRUE(runUntil([&] { return !copied.empty(); }));
     EXPECT_TRUE(copied == std::string(200000, 'y') + "\uFFFD");
     expander->set_expanded(false);
-    EXPECT_TRUE(runUntil([&] { return window.get_height() == height; })) << window.get_height() << " " << height;
+    EXPECT_TRUE(runUntil([&] { return window.get_height() == height; }))
+        << window.get_height() << " " << height;
 }
 
 TEST_F(DeskTest, TheWaitDialogComesLateAndStaysForAWhile) {
