@@ -57,16 +57,13 @@ sigset_t pipeSignal() {
     return signals;
 }
 
-bool isBlocked() {
+// Whether the signal is blocked, and pending.
+std::pair<bool, bool> pipeState() {
     sigset_t mask;
-    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
-    return sigismember(&mask, SIGPIPE) == 1;
-}
-
-bool isPending() {
     sigset_t pending;
+    pthread_sigmask(SIG_SETMASK, nullptr, &mask);
     sigpending(&pending);
-    return sigismember(&pending, SIGPIPE) == 1;
+    return {sigismember(&mask, SIGPIPE) == 1, sigismember(&pending, SIGPIPE) == 1};
 }
 
 class Dialogs : public ProcessTest {
@@ -171,86 +168,54 @@ protected:
 bool showError(char const* caption = "outer") { return OrbuIntUtil::showErrorDialog(caption, "T", "", 1); }
 
 TEST_F(Dialogs, GoOverTheWireExactly) {
-    struct {
-        bool withHost;
-        char const* answer;
-        std::function<long()> show;
-        long result;
-        char const* lines;
-        Texts told;
-    } const rows[] = {
-        {true,
-         "",
-         [] { return OrbuIntUtil::showErrorDialog("Speichern", "\xC3\x9C;=,!\n", "Platte voll", 3); },
-         1,
-         "65536;orbu.ErrorDialog;77;10;0;2;icon=d3;caption=hSpeichern;title=h!c3!9c!3b!3d!2c!21!0a;"
-         "enable_description=hTrue;locale=hde_DE;selector=hErrorDialogBase;detail=hPlatte!20voll;PID\n",
-         {"1 -7", "2 -7"}},
-        // No host record, no detail; and a text that is null.
-        {false,
-         "",
-         [] { return OrbuIntUtil::showErrorDialog(TStr::null, "", "", -1); },
-         1,
-         "65536;orbu.ErrorDialog;77;10;0;2;icon=d-1;title=h;enable_description=hFalse;locale=h;"
-         "selector=hErrorDialogBase;PID\n",
-         {}},
-        {true,
-         "selected_button=d1;",
-         [] { return OrbuIntUtil::showMessageBox("Frage", "Weiter?", 4, "yes", "no", 1); },
-         1,
-         "65536;qmx.MessageBox;77;10;0;2;icon=d4;caption=hFrage;title=hWeiter!3f;focus_button_index=d1;"
-         "locale=hde_DE;"
-         "button_0=hJa;button_1=hNein!3b!20nicht;PID\n",
-         {"1 -7", "2 -7"}},
-        // An id that no string has, and no second button; an answer that does not say which.
-        {true,
-         "",
-         [] { return OrbuIntUtil::showMessageBox("", "", 9, "unknown", TStr::null, 0); },
-         0,
-         "65536;qmx.MessageBox;77;10;0;2;icon=d9;caption=h;title=h;focus_button_index=d0;locale=hde_DE;"
-         "button_0=h;PID\n",
-         {"1 -7", "2 -7"}},
-        // Two share a connection, which lasts as long as the second.
-        {true,
-         "",
-         [] {
-             COrbuIntWaitDialog second(false);
-             long failures = COrbuIntWaitDialog(true).show();
-             failures += second.show();
-             return failures + second.close();
-         },
-         0,
-         "65536;orbu.PleaseWaitDialog;77;10;0;1;waiting=hTrue;locale=hde_DE;PID\n"
-         "65536;orbu.PleaseWaitDialog;77;10;0;1;waiting=hTrue;locale=hde_DE;PID\n"
-         "65536;orbu.PleaseWaitDialog;77;10;0;1;waiting=hFalse;locale=hde_DE;PID\n",
-         {}},
-        // The end of the host record ends a connection that nobody has ended.
-        {true,
-         "",
-         [] {
-             COrbuIntWaitDialog const left(true);
-             COrbuIntHost::shutdown();
-             return static_cast<long>(COrbuIntWaitDialog::mpConduit != nullptr);
-         },
-         0,
-         "",
-         {}},
-    };
-    for (auto const& row : rows) {
-        SCOPED_TRACE(row.lines);
-        host = {};
+    auto const expect = [this](char const* attributes, std::function<long()> const& show, long result,
+                               std::string const& request, Texts const& told) {
+        SCOPED_TRACE(request);
         QMXPipeConduit::sLastSessionId = 10;
-        if (row.withHost) {
-            initialize();
-        }
-        Child server = serve(row.answer);
-        EXPECT_EQ(row.show(), row.result);
+        Child server = serve(attributes);
+        EXPECT_EQ(show(), result);
         EXPECT_EQ(server.wait(), 0);
-        EXPECT_EQ(lines(), row.lines);
-        EXPECT_EQ(host.seen, row.told);
+        EXPECT_EQ(lines(), request);
         EXPECT_EQ(records(), Texts());
+        EXPECT_EQ(std::exchange(host.seen, {}), told);
+    };
+    // Without a host record, and with a text that is null.
+    std::string const error = "65536;orbu.ErrorDialog;77;10;0;2;icon=d";
+    std::function<long()> show = [] { return 0L + OrbuIntUtil::showErrorDialog(TStr::null, "", "", -1); };
+    expect("", show, 1,
+           error + "-1;title=h;enable_description=hFalse;locale=h;selector=hErrorDialogBase;PID\n", {});
+    initialize();
+    Texts const told = {"1 -7", "2 -7"};
+    show = [] { return 0L + OrbuIntUtil::showErrorDialog("Ups", "\xC3\x9C;=,!\n", "Platte voll", 3); };
+    expect("", show, 1,
+           error + "3;caption=hUps;title=h!c3!9c!3b!3d!2c!21!0a;enable_description=hTrue;locale=hde_DE;"
+                   "selector=hErrorDialogBase;detail=hPlatte!20voll;PID\n",
+           told);
+    std::string const box = "65536;qmx.MessageBox;77;10;0;2;icon=d";
+    show = [] { return OrbuIntUtil::showMessageBox("Frage", "Weiter?", 4, "yes", "no", 1); };
+    expect("selected_button=d1;", show, 1,
+           box + "4;caption=hFrage;title=hWeiter!3f;focus_button_index=d1;locale=hde_DE;button_0=hJa;"
+                 "button_1=hNein!3b!20nicht;PID\n",
+           told);
+    // An id that no string has, and no second button; an answer that does not say which.
+    show = [] { return OrbuIntUtil::showMessageBox("", "", 9, "unknown", TStr::null, 0); };
+    expect("", show, 0, box + "9;caption=h;title=h;focus_button_index=d0;locale=hde_DE;button_0=h;PID\n",
+           told);
+    // Two share a connection, which lasts as long as the second.
+    std::string const wait = "65536;orbu.PleaseWaitDialog;77;10;0;1;waiting=h";
+    std::string const open = wait + "True;locale=hde_DE;PID\n";
+    show = [] {
+        COrbuIntWaitDialog second(false);
+        return 0L + COrbuIntWaitDialog(true).show() + second.show() + second.close();
+    };
+    expect("", show, 0, open + open + wait + "False;locale=hde_DE;PID\n", {});
+    // The end of the host record ends a connection that nobody has ended.
+    show = [] {
+        COrbuIntWaitDialog const left(true);
         COrbuIntHost::shutdown();
-    }
+        return 0L + (COrbuIntWaitDialog::mpConduit != nullptr);
+    };
+    expect("", show, 0, "", {});
 }
 
 TEST_F(Dialogs, TellWhyTheyCannotBeShown) {
@@ -299,32 +264,27 @@ TEST_F(Dialogs, OutliveTheServerAndKeepItsSignalFromTheHost) {
     initialize();
     expectError("QMX is unavailable");
     sigset_t const signals = pipeSignal();
-    struct {
-        bool blocked, pending;
-    } const rows[] = {{false, false}, {true, false}, {true, true}};
-    for (auto const& row : rows) {
-        if (row.blocked) {
+    for (auto const& own : {std::pair(false, false), std::pair(true, false), std::pair(true, true)}) {
+        if (own.first) {
             pthread_sigmask(SIG_BLOCK, &signals, nullptr);
         }
-        if (row.pending) {
+        if (own.second) {
             ::raise(SIGPIPE);
         }
         Child server = serve(std::nullopt);
         host.pump = [&] {
-            EXPECT_EQ(isBlocked(), row.blocked);
-            EXPECT_EQ(isPending(), row.pending);
+            EXPECT_EQ(pipeState(), own);
             server.end();
         };
         EXPECT_FALSE(showError());
-        EXPECT_EQ(isBlocked(), row.blocked);
-        EXPECT_EQ(isPending(), row.pending);
+        EXPECT_EQ(pipeState(), own);
         Child another = serve("");
         {
             COrbuIntWaitDialog wait(true);
             another.end();
             EXPECT_EQ(wait.show(), 0); // lost
         }
-        EXPECT_EQ(isPending(), row.pending);
+        EXPECT_EQ(pipeState(), own);
         EXPECT_EQ(records(), Texts{"orbuintutil 4 of 8"});
     }
 }
