@@ -92,7 +92,7 @@ bool ServerLoop::serve() {
     }
     forgetClients();
     desk_->dispatch();
-    if (rounds > 0 || conduit_->activeConnections() > 0) {
+    if (rounds > 0 || hasClients()) {
         busy_ = Clock::now();
     }
     return rounds == kRoundsAtOnce;
@@ -104,6 +104,8 @@ void ServerLoop::watchClients() {
         clients_.add(session->id(), static_cast<pid_t>(session->partnerPID()));
     }
 }
+
+bool ServerLoop::hasClients() const { return conduit_->activeConnections() > 0 || clients_.size() > 0; }
 
 void ServerLoop::forgetClients() {
     if (!someGone_ && clients_.size() <= static_cast<size_t>(conduit_->activeConnections())) {
@@ -174,7 +176,7 @@ void ServerLoop::wait(bool more) {
     // A client may have connected without having been seen, while a farewell was given up.
     bool const tick =
         hostTick || clientTick || clients_.size() < static_cast<size_t>(conduit_->activeConnections());
-    if (settings_.idle >= Milliseconds::zero() && conduit_->activeConnections() == 0) {
+    if (settings_.idle >= Milliseconds::zero() && !hasClients()) {
         timeout = std::chrono::ceil<Milliseconds>(
             std::max(busy_ + settings_.idle - Clock::now(), Clock::duration::zero()));
     }
@@ -196,7 +198,7 @@ bool ServerLoop::finish(End reason) {
     // The lock first, served while we wait for it: a client in the middle of connecting holds it and wants an
     // answer.
     bool const locked = conduit_->lockWhileServing(kFarewellMicroseconds);
-    if (reason == End::Idle && locked && conduit_->activeConnections() > 0) {
+    if (reason == End::Idle && locked && hasClients()) {
         // Somebody came in the last moment.
         watchClients();
         conduit_->unlock();

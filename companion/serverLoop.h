@@ -42,6 +42,9 @@ private:
     // Handles what is there, up to a limit; true when there may be more.
     bool serve();
     void watchClients();
+    // Also those that cannot be answered any more: a wait goes on when another connection of its process has
+    // taken their common FIFO away.
+    bool hasClients() const;
     void forgetClients();
     End reasonToEnd();
     bool signalled();

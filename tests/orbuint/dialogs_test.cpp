@@ -295,7 +295,10 @@ TEST_F(Dialogs, OverlapAsTold) {
     initialize();
     std::optional<COrbuIntWaitDialog> wait(true);
     EXPECT_EQ(wait->show(), 0);
-    EXPECT_TRUE(showError()); // a dialog during a wait
+    std::string const server = fileText(hostPrefix() + "/.serverpid");
+    EXPECT_TRUE(showError()); // a dialog during a wait, for which the server stays
+    ::usleep(200000);
+    EXPECT_EQ(fileText(hostPrefix() + "/.serverpid"), server);
     EXPECT_EQ(wait->close(), 0);
     EXPECT_EQ(wait->show(), 0);
     host.pump = [] { // a wait that was connected before, during a dialog
