@@ -40,7 +40,7 @@ std::string oneLine(std::string const& text, std::size_t characters) {
 
 bool hasEndlessWord(std::string const& text) {
     int length = 0;
-    for (char const* at = text.c_str(); *at != 0; at = g_utf8_next_char(at)) {
+    for (char const* at = text.c_str(); *at != 0; at = g_utf8_find_next_char(at, nullptr)) {
         gunichar const character = g_utf8_get_char(at);
         length = g_unichar_isspace(character) || g_unichar_iswide(character) ? 0 : length + 1;
         if (length > kLongestWord) {
@@ -56,7 +56,7 @@ std::string shortLines(std::string const& text, long characters) {
     char const* blank = nullptr;        // behind the last one of the line
     long length = 0;
     for (char const* at = written; *at != 0;) {
-        char const* const next = g_utf8_next_char(at);
+        char const* const next = g_utf8_find_next_char(at, nullptr);
         if (*at == '\n') {
             length = 0;
             blank = nullptr;
