@@ -173,11 +173,11 @@ void DialogWindow::addButtons(std::vector<std::string> const& words, long focus)
     for (int i = 0; i < count; ++i) {
         grid->attach(*buttons[static_cast<std::size_t>(i)], i % columns, i / columns);
     }
-    content_.append(*boundHeight(*grid, width, room.height * kButtonsShare / kShares, get_title()));
 
     bool const isInRange = focus >= 0 && focus < count;
     Gtk::Button* const first = buttons[isInRange ? static_cast<std::size_t>(focus) : 0];
     first->add_css_class("suggested-action");
+    content_.append(*boundHeight(*grid, width, room.height * kButtonsShare / kShares, get_title(), first));
     set_default_widget(*first);
     set_focus(*first);
 }

@@ -79,6 +79,7 @@ void ErrorWindow::addDetail(Texts& texts) {
 
     auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
     scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_overlay_scrolling(false);
     scroller->set_has_frame();
     scroller->add_css_class("detail");
     scroller->set_size_request(-1, detailHeight(shown, locale(), columnWidth()));

@@ -4,6 +4,7 @@
 #include <gdkmm/display.h>
 #include <gdkmm/monitor.h>
 #include <giomm/listmodel.h>
+#include <gtkmm/adjustment.h>
 #include <gtkmm/cssprovider.h>
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/stylecontext.h>
@@ -33,6 +34,7 @@ constexpr Room kUnknownScreen{1024, 640};
 constexpr int kFrameWidth = 32;
 constexpr int kFrameHeight = 120;
 constexpr Room kLeastRoom{160, 120};
+constexpr int kBesideScrollbar = 10;
 
 } // namespace
 
@@ -94,17 +96,34 @@ int heightOf(Gtk::Widget const& widget, int width) {
     return natural;
 }
 
-Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name) {
+Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name,
+                         Gtk::Widget* shown) {
     if (heightOf(widget, width) <= most) {
         return &widget;
     }
     auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
     scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_overlay_scrolling(false); // says that there is more
     scroller->set_size_request(width, most);
     scroller->set_vexpand();
     scroller->set_focusable();
     scroller->set_child(widget);
+    widget.set_margin_end(kBesideScrollbar);
     setAccessibleName(*scroller, name);
+    if (shown) {
+        scroller->add_tick_callback([scroller, shown](Glib::RefPtr<Gdk::FrameClock> const&) {
+            graphene_rect_t bounds;
+            bool const isPlaced =
+                shown->get_height() > 0 &&
+                gtk_widget_compute_bounds(shown->gobj(), GTK_WIDGET(scroller->gobj()), &bounds);
+            if (isPlaced) {
+                auto const position = scroller->get_vadjustment();
+                double const top = position->get_value() + bounds.origin.y;
+                position->clamp_page(top, top + bounds.size.height);
+            }
+            return !isPlaced;
+        });
+    }
     return scroller;
 }
 

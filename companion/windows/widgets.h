@@ -29,8 +29,10 @@ int heightOf(Gtk::Widget const& widget, int width);
 int widthOf(Gtk::Widget const& widget);
 
 // The widget itself, or a scroller around it of the height `most` if it is higher at that width. A scroller
-// takes part in the Tab order, so that it can be moved by keys, under the name `name`.
-Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name);
+// takes part in the Tab order, so that it can be moved by keys, under the name `name`. It
+// starts where `shown`, something inside, can be seen, or at the top.
+Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string const& name,
+                         Gtk::Widget* shown = nullptr);
 
 // Language of the shapes of Han characters, for a label or a text tag.
 std::string pangoLanguage(std::string const& locale);
