@@ -9,6 +9,8 @@ from Xlib import X, XK
 from Xlib.ext import xtest
 from Xlib.protocol import event
 
+RESTS, MOVES = 0.15, 0.6  # seconds: a picture that does not change for so long is finished; one that does is alive
+
 
 class Window:
     """A window that is on the screen, as it was when it was looked at."""
@@ -45,29 +47,34 @@ class Window:
 
     def pixels(self):
         """Rows of three bytes a pixel, as they are on the screen."""
-        shape = self.geometry
-        image = self.screen.root.get_image(shape.x, shape.y, shape.width, shape.height, X.ZPixmap, 0xFFFFFFFF)
-        data = image.data
+        shape = self.geometry = self.handle.get_geometry()
+        data = self.screen.root.get_image(shape.x, shape.y, shape.width, shape.height, X.ZPixmap, 0xFFFFFFFF).data
         rgb = bytearray(shape.width * shape.height * 3)
         rgb[0::3], rgb[1::3], rgb[2::3] = data[2::4], data[1::4], data[0::4]
         return bytes(rgb)
 
     def settled(self, seconds=10):
-        """The pixels, once they are more than a plain area and have stopped to change."""
-        end, last, since = time.monotonic() + seconds, b"", 0
+        """The pixels, once they are more than a plain area and have come to rest, or do not for a while."""
+        start, last = time.monotonic(), b""
+        drawn = since = None
         while True:
             now, pixels = time.monotonic(), self.pixels()
             if pixels != last:
                 last, since = pixels, now
-            elif now - since > 0.25 and len(set(zip(pixels[0::3], pixels[1::3], pixels[2::3]))) > 8:
+                if len({pixels[i:i + 3] for i in range(0, len(pixels), 3)}) > 8:
+                    drawn = drawn or now
+            elif drawn and now - since > RESTS:
                 return pixels
-            if now > end:
+            if drawn and now - drawn > MOVES:
+                return pixels
+            if now - start > seconds:
                 raise TimeoutError(f"the window {self.title!r} is not drawn")
             time.sleep(0.02)
 
     def save(self, path):
         """A PNG file of it."""
-        width, height, pixels = self.geometry.width, self.geometry.height, self.settled()
+        pixels = self.settled()
+        width, height = self.geometry.width, self.geometry.height
         rows = b"".join(b"\0" + pixels[i:i + 3 * width] for i in range(0, len(pixels), 3 * width))
         with open(path, "wb") as file:
             file.write(b"\x89PNG\r\n\x1a\n")
