@@ -33,10 +33,9 @@ constexpr int kLeastColumn = 320;
 constexpr int kMostColumn = 480;
 constexpr int kMostWordCharacters = 40;
 
-// How the height of the room is shared, in tenths; what is left is for details and frame.
-constexpr int kHeadlineShare = 4;
-constexpr int kButtonsShare = 3;
-constexpr int kShares = 10;
+// Shares of the flexible height (see Room); what is left is for details.
+constexpr double kHeadlineShare = 0.4;
+constexpr double kButtonsShare = 0.3;
 
 void emphasizeHeadline(Gtk::Label& label, std::string const& title, std::string const& locale) {
     std::string const line = title.substr(0, title.find('\n'));
@@ -89,7 +88,7 @@ DialogWindow::DialogWindow(Dialog const& dialog, std::vector<std::string> const&
     column_.set_hexpand();
     top_.set_vexpand();
     content_.append(top_);
-    set_child(content_);
+    set_child(*boundWindow(content_));
     addIcon(dialog, texts);
     top_.append(column_);
     addHeadline(dialog);
@@ -138,7 +137,7 @@ void DialogWindow::addHeadline(Dialog const& dialog) {
     column_.set_size_request(columnWidth_, -1);
     headline_->set_max_width_chars(1);
     headline_->set_hexpand();
-    column_.append(*boundHeight(*headline_, columnWidth_, room.height * kHeadlineShare / kShares, title));
+    column_.append(*boundHeight(*headline_, columnWidth_, share(kHeadlineShare), title));
 
     setAccessibleDescription(*this, title);
     setDescribedBy(*this, *headline_);
@@ -177,7 +176,7 @@ void DialogWindow::addButtons(std::vector<std::string> const& words, long focus)
     bool const isInRange = focus >= 0 && focus < count;
     Gtk::Button* const first = buttons[isInRange ? static_cast<std::size_t>(focus) : 0];
     first->add_css_class("suggested-action");
-    content_.append(*boundHeight(*grid, width, room.height * kButtonsShare / kShares, get_title(), first));
+    content_.append(*boundHeight(*grid, width, share(kButtonsShare), get_title(), first));
     set_default_widget(*first);
     set_focus(*first);
 }

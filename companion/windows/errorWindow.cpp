@@ -18,12 +18,12 @@ constexpr long kLongestLine = 1000;
 constexpr std::size_t kMostMeasured = 4000;
 constexpr int kLeastHeight = 64;
 constexpr int kMostHeight = 260;
-constexpr int kShareOfRoom = 4;
+constexpr double kDetailShare = 0.4;
 constexpr int kPadding = 20; // of the text view, above and below
 constexpr int kSpacing = 8;
 
 int detailHeight(std::string const& text, std::string const& locale, int width) {
-    int const most = std::clamp(roomOnScreen().height / kShareOfRoom, kLeastHeight, kMostHeight);
+    int const most = std::clamp(share(kDetailShare), kLeastHeight, kMostHeight);
     if (text.size() > kMostMeasured) {
         return most;
     }

@@ -17,7 +17,7 @@ namespace {
 
 // Colours come from the theme, so that dark and high contrast ones keep their own.
 constexpr char kStyle[] = R"(
-window.dialog-window > .content { padding: 24px; }
+window.dialog-window .content { padding: 24px; }
 window.dialog-window .icon { -gtk-icon-size: 48px; -gtk-icon-style: symbolic; }
 window.dialog-window .dialog-error { color: @error_color; }
 window.dialog-window .dialog-warning { color: @warning_color; }
@@ -35,6 +35,8 @@ constexpr int kFrameWidth = 32;
 constexpr int kFrameHeight = 120;
 constexpr Room kLeastRoom{160, 120};
 constexpr int kBesideScrollbar = 10;
+constexpr int kFixedHeight = 220; // of all that does not give way in a dialog
+constexpr int kLeastFlexible = 150;
 
 } // namespace
 
@@ -53,6 +55,24 @@ Room roomOnScreen() {
     }
     return {std::max(room.width - kFrameWidth, kLeastRoom.width),
             std::max(room.height - kFrameHeight, kLeastRoom.height)};
+}
+
+int share(double part) {
+    return static_cast<int>(std::max(roomOnScreen().height - kFixedHeight, kLeastFlexible) * part);
+}
+
+Gtk::Widget* boundWindow(Gtk::Widget& content) {
+    int const most = roomOnScreen().height;
+    if (most >= kFixedHeight + kLeastFlexible) {
+        return &content;
+    }
+    auto* const scroller = Gtk::make_managed<Gtk::ScrolledWindow>();
+    scroller->set_policy(Gtk::PolicyType::NEVER, Gtk::PolicyType::AUTOMATIC);
+    scroller->set_overlay_scrolling(false);
+    scroller->set_propagate_natural_height();
+    scroller->set_max_content_height(most);
+    scroller->set_child(content);
+    return scroller;
 }
 
 void loadStyle() {

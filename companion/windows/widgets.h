@@ -18,6 +18,13 @@ struct Room {
 };
 Room roomOnScreen();
 
+// A share of the height that is left for texts and buttons when a dialog's margins and its other parts have
+// theirs.
+int share(double part);
+
+// What a window holds; in a scroller on a screen that is too small for all the parts of a dialog.
+Gtk::Widget* boundWindow(Gtk::Widget& content);
+
 // Loads the style sheet of all windows, once for a display.
 void loadStyle();
 
