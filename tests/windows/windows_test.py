@@ -22,6 +22,7 @@ for folder in ("wire", "support"):
 
 COMPANION = pathlib.Path(os.environ["ORBU_TEST_SERVER"])
 CONTENTS = COMPANION.parent.parent
+WITH_DISPLAY = str(CONTENTS / "Resources/with-display")
 SKIPPED = 77
 SECONDS = 60  # for what is expected to happen
 PAUSE = 0.01  # between two looks at the screen
@@ -38,8 +39,7 @@ def skip_or_show():
         if not needed or not os.path.exists(needed):
             print(f"skipped: {reason}")
             sys.exit(SKIPPED)
-    program = str(CONTENTS / "Resources/with-display")
-    os.execv(program, [program, "env", "ORBU_TEST_SHOWN=1", sys.executable, *sys.argv])
+    os.execv(WITH_DISPLAY, [WITH_DISPLAY, "env", "ORBU_TEST_SHOWN=1", sys.executable, *sys.argv])
 
 
 if "ORBU_TEST_SHOWN" not in os.environ:
@@ -50,6 +50,16 @@ gi.require_version("Atspi", "2.0")
 from gi.repository import Atspi, GLib  # noqa: E402
 from screen import Screen  # noqa: E402
 from wire import NamedLock, server_pid, wait_for  # noqa: E402
+
+
+def processes_with(variable):
+    """The processes that have it in their environment."""
+    def has(pid):
+        try:
+            return variable.encode() in pathlib.Path("/proc", pid, "environ").read_bytes().split(b"\0")
+        except OSError:
+            return False
+    return [pid for pid in os.listdir("/proc") if pid.isdigit() and has(pid)]
 
 
 class Peer:
@@ -127,15 +137,7 @@ class WindowsTest(unittest.TestCase):
 
     def nothing_left(self):
         wait_for(lambda: not self.screen.windows(), SECONDS, "an empty screen", PAUSE)
-        mark = f"PROCESS_ARGUMENTS={self.prefix}".encode()
-
-        def environment(pid):
-            try:
-                return pathlib.Path("/proc", pid, "environ").read_bytes()
-            except OSError:
-                return b""
-        wait_for(lambda: not [pid for pid in os.listdir("/proc") if pid.isdigit() and mark in environment(pid)],
-                 SECONDS, "the end of all processes", PAUSE)
+        wait_for(lambda: not processes_with(f"PROCESS_ARGUMENTS={self.prefix}"), SECONDS, "the end of all processes", PAUSE)
 
     def windows(self, *titles):
         """The windows with these titles, once they and no others stand on the screen."""
@@ -319,6 +321,42 @@ class DisplayTest(WindowsTest):
                 # Its clients see a server that has left.
                 self.assertFalse(os.path.exists(os.path.join(self.prefix, ".serverpid")))
                 peer.kill()
+
+
+class WithDisplayTest(unittest.TestCase):
+    """The program that makes the displays."""
+
+    def test_exit_codes(self):
+        cases = [(["true"], 0), (["--size", "320x200", "sh", "-c", "exit 7"], 7), (["--", "sh", "-c", "kill -9 $$"], 137),
+                 (["no-such-command"], 127), ([], 2), (["--size", "0x0", "true"], 2), (["--what", "true"], 2)]
+        for arguments, code in cases:
+            with self.subTest(arguments):
+                self.assertEqual(subprocess.run([WITH_DISPLAY, *arguments], capture_output=True, check=False).returncode, code)
+        bash = shutil.which("bash")
+        nothing = subprocess.run([bash, WITH_DISPLAY, "true"], env={"PATH": "/none"}, capture_output=True, check=False)
+        self.assertEqual(nothing.returncode, 8)
+
+    def test_leaves_nothing(self):
+        """Whether the command ends or a signal comes; a child of the command and the accessibility bus end, too."""
+        child = "import gi; gi.require_version('Atspi', '2.0'); from gi.repository import Atspi; Atspi.get_desktop(0)"
+        script = f"{sys.executable} -c \"$1\"; sleep 1000 & echo $DISPLAY $XDG_RUNTIME_DIR; read line"
+        command = [WITH_DISPLAY, "sh", "-c", script, "sh", child]
+        signals = (None, signal.SIGTERM, signal.SIGINT, signal.SIGHUP)
+        running = [subprocess.Popen(command, stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True) for _ in signals]
+        for process in running:
+            self.addCleanup(process.terminate)
+        places = [process.stdout.readline().split() for process in running]
+        self.assertEqual(len({display for display, _ in places}), len(signals))
+        for process, number, (display, folder) in zip(running, signals, places):
+            self.assertGreater(len(processes_with(f"XDG_RUNTIME_DIR={folder}")), 5)
+            if number:
+                process.send_signal(number)
+                process.wait(SECONDS)
+            process.communicate("line\n", timeout=SECONDS)
+            self.assertEqual(process.returncode, 128 + number if number else 0)
+            self.assertEqual(processes_with(f"XDG_RUNTIME_DIR={folder}"), [])
+            self.assertFalse(os.path.exists(folder))
+            self.assertFalse(os.path.exists(f"/tmp/.X11-unix/X{display[1:]}"))
 
 
 class AccessibilityTest(WindowsTest):
