@@ -1,7 +1,6 @@
 #include "dialogWindow.h"
 
 #include <algorithm>
-#include <gdkmm/clipboard.h>
 #include <gtkmm/button.h>
 #include <gtkmm/grid.h>
 #include <gtkmm/icontheme.h>
@@ -216,7 +215,7 @@ void DialogWindow::copy() {
     int end = 0;
     Glib::ustring const shown = headline_->get_text();
     bool const isSelected = headline_->get_selection_bounds(start, end);
-    get_clipboard()->set_text(isSelected ? shown.substr(static_cast<Glib::ustring::size_type>(start),
-                                                        static_cast<Glib::ustring::size_type>(end - start))
-                                         : Glib::ustring(wholeMessage()));
+    copyText(*this, isSelected ? shown.substr(static_cast<Glib::ustring::size_type>(start),
+                                              static_cast<Glib::ustring::size_type>(end - start))
+                               : Glib::ustring(wholeMessage()));
 }

@@ -1,7 +1,6 @@
 #include "errorWindow.h"
 
 #include <algorithm>
-#include <gdkmm/clipboard.h>
 #include <gtkmm/image.h>
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/textview.h>
@@ -87,7 +86,7 @@ void ErrorWindow::addDetail(Texts& texts) {
     scroller->set_child(*view);
 
     auto* const copyAll = makeCopyButton(texts.get(locale(), "copy_all"), locale());
-    copyAll->signal_clicked().connect([this] { get_clipboard()->set_text(detail_); });
+    copyAll->signal_clicked().connect([this] { copyText(*this, detail_); });
 
     auto* const box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::VERTICAL, kSpacing);
     box->set_margin_top(kSpacing);

@@ -7,6 +7,7 @@
 
 bool startToolkit() {
     gtk_disable_setlocale();
+    g_set_prgname("QMX"); // by which a desktop tells whose windows these are
     if (!gtk_init_check()) {
         return false;
     }

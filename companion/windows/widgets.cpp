@@ -1,6 +1,7 @@
 #include "widgets.h"
 
 #include <algorithm>
+#include <gdkmm/clipboard.h>
 #include <gdkmm/display.h>
 #include <gdkmm/monitor.h>
 #include <giomm/listmodel.h>
@@ -145,6 +146,13 @@ Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string c
         });
     }
     return scroller;
+}
+
+void copyText(Gtk::Widget& widget, std::string const& text) {
+    auto const clipboard = widget.get_clipboard();
+    clipboard->set_text(text);
+    // Where nobody keeps it, it lasts as long as this program, and there is nothing to be done about it.
+    gdk_clipboard_store_async(clipboard->gobj(), G_PRIORITY_DEFAULT, nullptr, nullptr, nullptr);
 }
 
 void setAccessibleName(Gtk::Widget& widget, std::string const& name) {

@@ -44,6 +44,9 @@ Gtk::Widget* boundHeight(Gtk::Widget& widget, int width, int most, std::string c
 // Language of the shapes of Han characters, for a label or a text tag.
 std::string pangoLanguage(std::string const& locale);
 
+// Puts text into the clipboard, and asks the desktop to keep it beyond the end of this program.
+void copyText(Gtk::Widget& widget, std::string const& text);
+
 // What a screen reader says.
 void setAccessibleName(Gtk::Widget& widget, std::string const& name);
 void setAccessibleDescription(Gtk::Widget& widget, std::string const& description);
