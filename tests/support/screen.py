@@ -53,23 +53,26 @@ class Window:
         rgb[0::3], rgb[1::3], rgb[2::3] = data[2::4], data[1::4], data[0::4]
         return bytes(rgb)
 
-    def settled(self, seconds=10):
-        """The pixels, once they are more than a plain area and have come to rest, or do not for a while."""
-        start, last = time.monotonic(), b""
-        drawn = since = None
+    def drawn(self, seconds=60):
+        """The pixels, once they are more than a plain area."""
+        end = time.monotonic() + seconds
         while True:
-            now, pixels = time.monotonic(), self.pixels()
-            if pixels != last:
-                last, since = pixels, now
-                if len({pixels[i:i + 3] for i in range(0, len(pixels), 3)}) > 8:
-                    drawn = drawn or now
-            elif drawn and now - since > RESTS:
+            pixels = self.pixels()
+            if len({pixels[i:i + 3] for i in range(0, len(pixels), 3)}) > 8:
                 return pixels
-            if drawn and now - drawn > MOVES:
-                return pixels
-            if now - start > seconds:
+            if time.monotonic() > end:
                 raise TimeoutError(f"the window {self.title!r} is not drawn")
+            time.sleep(0.01)
+
+    def settled(self):
+        """The pixels, once they are drawn and have come to rest, or do not for a while."""
+        last = self.drawn()
+        start = since = time.monotonic()
+        while (now := time.monotonic()) < min(since + RESTS, start + MOVES):
             time.sleep(0.02)
+            if (pixels := self.pixels()) != last:
+                last, since = pixels, now
+        return last
 
     def save(self, path):
         """A PNG file of it."""
@@ -107,7 +110,8 @@ class Screen:
     def clipboard(self):
         """The text in the clipboard."""
         taker = self.root.create_window(0, 0, 1, 1, 0, X.CopyFromParent)
-        taker.convert_selection(self.atom("CLIPBOARD"), self.atom("UTF8_STRING"), self.atom("ORBU_TAKEN"), X.CurrentTime)
+        taker.convert_selection(self.atom("CLIPBOARD"), self.atom("UTF8_STRING"), self.atom("ORBU_TAKEN"),
+                                X.CurrentTime)
         while True:
             taken = self.display.next_event()
             if taken.type == X.SelectionNotify and taken.requestor == taker:

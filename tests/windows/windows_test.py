@@ -137,7 +137,8 @@ class WindowsTest(unittest.TestCase):
 
     def nothing_left(self):
         wait_for(lambda: not self.screen.windows(), SECONDS, "an empty screen", PAUSE)
-        wait_for(lambda: not processes_with(f"PROCESS_ARGUMENTS={self.prefix}"), SECONDS, "the end of all processes", PAUSE)
+        wait_for(lambda: not processes_with(f"PROCESS_ARGUMENTS={self.prefix}"), SECONDS, "the end of all processes",
+                 PAUSE)
 
     def windows(self, *titles):
         """The windows with these titles, once they and no others stand on the screen."""
@@ -183,10 +184,9 @@ class KeyboardTest(WindowsTest):
             for keys in ("Return", "Escape", around, None):
                 with self.subTest(detail=detail, keys=keys):
                     peer.open(ERROR, title=PLAIN, icon=1, enable_description=str(bool(detail)), detail=detail)
-                    window = self.window(ERROR)
+                    window, message = self.window(ERROR), f"{PLAIN}\n\n{detail}".strip()
                     window.press("Control_L+c")
-                    wait_for(lambda: self.screen.clipboard() == f"{PLAIN}\n\n{detail}".strip(), SECONDS, "the message in "
-                             "the clipboard", PAUSE)
+                    wait_for(lambda: self.screen.clipboard() == message, SECONDS, "the message in the clipboard", PAUSE)
                     self.assertIsNone(self.operate(window, keys, peer))
 
     def test_box_without_buttons(self):
@@ -207,6 +207,7 @@ class KeyboardTest(WindowsTest):
 
     def operate(self, window, keys, peer):
         """Gives the answer, once the window is gone, too."""
+        window.drawn()  # only then it is known what comes behind what
         if keys is None:
             window.close()
         else:
@@ -322,16 +323,29 @@ class DisplayTest(WindowsTest):
                 self.assertFalse(os.path.exists(os.path.join(self.prefix, ".serverpid")))
                 peer.kill()
 
+    def test_display_hangs(self):
+        """It is not waited for when the server is to end."""
+        self.server.terminate()
+        self.server.wait(SECONDS)
+        display, name = self.start_display()
+        server = self.start(DISPLAY=name)
+        self.peer().open(ERROR)
+        wait_for(Screen(name).windows, SECONDS, "the window", PAUSE)
+        display.send_signal(signal.SIGSTOP)
+        server.terminate()
+        self.assertEqual(server.wait(SECONDS), 0)
+
 
 class WithDisplayTest(unittest.TestCase):
     """The program that makes the displays."""
 
     def test_exit_codes(self):
-        cases = [(["true"], 0), (["--size", "320x200", "sh", "-c", "exit 7"], 7), (["--", "sh", "-c", "kill -9 $$"], 137),
-                 (["no-such-command"], 127), ([], 2), (["--size", "0x0", "true"], 2), (["--what", "true"], 2)]
+        cases = [(["true"], 0), (["--size", "320x200", "sh", "-c", "exit 7"], 7), ([], 2), (["--what", "true"], 2),
+                 (["--size", "0x0", "true"], 2), (["no-such-command"], 127), (["--", "sh", "-c", "kill -9 $$"], 137)]
         for arguments, code in cases:
             with self.subTest(arguments):
-                self.assertEqual(subprocess.run([WITH_DISPLAY, *arguments], capture_output=True, check=False).returncode, code)
+                run = subprocess.run([WITH_DISPLAY, *arguments], capture_output=True, check=False)
+                self.assertEqual(run.returncode, code)
         bash = shutil.which("bash")
         nothing = subprocess.run([bash, WITH_DISPLAY, "true"], env={"PATH": "/none"}, capture_output=True, check=False)
         self.assertEqual(nothing.returncode, 8)
@@ -371,7 +385,8 @@ class AccessibilityTest(WindowsTest):
                 pass
             desktop = Atspi.get_desktop(0)
             desktop.clear_cache()
-            found[:] = [node for node in self.below(desktop) if node.get_role_name() == role and node.get_name() == name]
+            found[:] = [node for node in self.below(desktop)
+                        if node.get_role_name() == role and node.get_name() == name]
             return found
         wait_for(look, SECONDS, f"the {role} {name!r}", PAUSE)
         self.assertEqual(len(found), 1)

@@ -1,4 +1,4 @@
-"""Plays the user of the example host: takes a picture of each dialog and answers it by real key presses.
+"""Plays the user of examples/host for scripts/demo: takes a picture of each dialog and answers it by real key presses.
 
     user.py FOLDER COMMAND...      runs the command and leaves the pictures in the folder
 """
@@ -7,8 +7,7 @@ import pathlib
 import subprocess
 import sys
 
-TESTS = pathlib.Path(__file__).resolve().parent.parent.parent / "tests"
-sys.path[:0] = [str(TESTS / "support"), str(TESTS / "wire")]
+sys.path.append(str(pathlib.Path(__file__).resolve().parent.parent / "wire"))
 from screen import Screen  # noqa: E402
 from wire import wait_for  # noqa: E402
 
@@ -35,7 +34,8 @@ def main(folder, command):
             seen.add(new[0].id)
             for name, keys in dialog:
                 new[0].save(os.path.join(folder, f"{name}.png"))
-                print(f"    {name}.png: \"{new[0].title}\"" + (f", answered by {' '.join(keys)}" if keys else ""), flush=True)
+                pressed = f", pressed {' '.join(keys)}" if keys else ""
+                print(f"    {name}.png: \"{new[0].title}\"{pressed}", flush=True)
                 new[0].press(*keys)
         return host.wait(SECONDS)
     finally:
