@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <filesystem>
 #include <glib.h>
 #include <tinyxml2.h>
 #include <utility>
@@ -112,7 +113,7 @@ Texts::Table const& Texts::tableOf(std::string const& locale) {
     auto const [entry, isNew] = tables_.try_emplace(locale);
     if (isNew) {
         for (std::string const& folder : folders_) {
-            readFile(folder + "/" + locale + "/OrbuIntRes.xml", entry->second);
+            readFile(std::filesystem::path(folder) / locale / "OrbuIntRes.xml", entry->second);
         }
     }
     return entry->second;
