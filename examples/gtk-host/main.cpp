@@ -5,7 +5,7 @@
 // usage: gtk_host [--script]    with --script it shows its dialogs by itself and ends
 #include "../runtime.h"
 
-#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/OrbuIntWaitDialog.h"
 #include "orbuint/orbuintHost.h"
 #include "orbuint/orbuintResHandler.h"
 #include "orbuint/orbuintutil.h"

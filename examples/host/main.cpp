@@ -1,12 +1,12 @@
 // The smallest host that shows all three dialogs. Read it from main() on; what each call promises stands in
-// orbuint/orbuintHost.h, orbuint/orbuintutil.h and orbuint/orbuIntWaitDialog.h.
+// orbuint/orbuintHost.h, orbuint/orbuintutil.h and orbuint/OrbuIntWaitDialog.h.
 //
 // usage: host [LOCALE]          such as de_DE; en_US if it is left out
 //
 // Without a display the companion server answers by itself: ORBU_QMX_ANSWERS='button=1' (see QMX --help).
 #include "../runtime.h"
 
-#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/OrbuIntWaitDialog.h"
 #include "orbuint/orbuintHost.h"
 #include "orbuint/orbuintResHandler.h"
 #include "orbuint/orbuintutil.h"

@@ -1,6 +1,6 @@
 #include "orbuint/orbuintHost.h"
 
-#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/OrbuIntWaitDialog.h"
 #include "orbuint/orbuintErrorPrivate.h"
 #include "orbuint/orbuintResHandler.h"
 #include "orbuint/orbuintSingletonOrder.h"

@@ -2,7 +2,7 @@
 //
 //   COrbuIntHost::initialize(locale, errorTexts, logFile);    first thing on the thread that shows dialogs
 //   COrbuIntHost::instance()->setAppProcessEventsCallback(pump, window);
-//   ...                                                       dialogs: orbuintutil.h, orbuIntWaitDialog.h
+//   ...                                                       dialogs: orbuintutil.h, OrbuIntWaitDialog.h
 //   COrbuIntHost::shutdown();                                 or nothing: exit() and dlclose do the same
 //
 // - One for the process. Before initialize and after the end there is none, instance() is null, and dialogs

@@ -2,7 +2,7 @@
 //
 // A dialog is a request over a connection of its own: getQMXPipeConduit() finds the server of this process or
 // starts it, the packet goes out, the answer comes back, the connection ends. Nothing is kept between dialogs
-// (but see orbuIntWaitDialog.h).
+// (but see OrbuIntWaitDialog.h).
 //
 // - A dialog blocks the calling thread until it is closed, without limit. In each round of that wait the
 //   host's process-events callback runs, so its windows live on (orbuintHost.h). It does not run while the

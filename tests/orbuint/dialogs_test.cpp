@@ -1,6 +1,6 @@
 // The host's dialogs: what they put on the wire and make of the answers, by a server played by hand; and what
 // becomes of them, and of the host, when things go wrong.
-#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/OrbuIntWaitDialog.h"
 #include "orbuint/orbuintHost.h"
 #include "orbuint/orbuintutil.h"
 #include "orbulog/orbuLogger.h"

@@ -1,4 +1,4 @@
-#include "orbuint/orbuIntWaitDialog.h"
+#include "orbuint/OrbuIntWaitDialog.h"
 
 #include "orbuint/orbuintConnectionPrivate.h"
 #include "orbuint/orbuintErrorPrivate.h"
