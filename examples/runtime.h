@@ -1,18 +1,23 @@
-// Where an example finds the runtime: in the build tree that it was built in, unless the environment names
-// another. A host that is shipped does the same with the folder that its installer made.
+// Where an example finds the runtime: beside the library that it runs with, in a build tree as in an install,
+// unless the environment names another. A host that is shipped does the same with the folder that its
+// installer made.
 #pragma once
 
+#include "orbuutil/orbuVersion.h"
+
 #include <cstdlib>
+#include <dlfcn.h>
 #include <filesystem>
 
-// To be called before the first use of the library, which reads the two variables once.
-inline void useRuntimeOfBuild() {
+// To be called before the first use of the library's locations, which reads the two variables once.
+inline void useRuntimeOfLibrary() {
+    Dl_info library = {};
     if (std::getenv("VEXMOOR_ORBU_CUSTOM_ENV") != nullptr ||
-        std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") != nullptr) {
+        std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") != nullptr ||
+        ::dladdr(orbuUtilVersionString(), &library) == 0) {
         return;
     }
-    std::filesystem::path const program = std::filesystem::read_symlink("/proc/self/exe");
-    std::filesystem::path const runtime = program.parent_path().parent_path() / "lib/orbu";
-    ::setenv("ORBU_RUNTIME", runtime.c_str(), 1);
-    ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", (runtime / "OrbuCustomEnv.xml").c_str(), 1);
+    std::filesystem::path const folder = std::filesystem::canonical(library.dli_fname).parent_path();
+    ::setenv("ORBU_RUNTIME", (folder / "orbu").c_str(), 1);
+    ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", (folder / "orbu/OrbuCustomEnv.xml").c_str(), 1);
 }

@@ -18,10 +18,11 @@
 
 namespace {
 
-// All that is pending, and no waiting: the answer of a dialog is looked for in between.
+// What is pending, without waiting. There is a limit, as something is pending all the time where drawing a
+// picture takes longer than a picture lasts; and the answer of a dialog is looked for in between.
 void pumpEvents(void*) {
     auto const loop = Glib::MainContext::get_default();
-    while (loop->iteration(false)) {
+    for (int left = 20; left > 0 && loop->iteration(false); --left) {
     }
 }
 
@@ -119,7 +120,7 @@ private:
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    useRuntimeOfBuild();
+    useRuntimeOfLibrary();
     bool const script = argc > 1 && std::strcmp(argv[1], "--script") == 0;
     COrbuIntHost::initialize("en_US", nullptr);
     COrbuIntHost::instance()->setAppProcessEventsCallback(pumpEvents, nullptr);

@@ -41,7 +41,7 @@ void saveFile() {
 
 int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
-    useRuntimeOfBuild();
+    useRuntimeOfLibrary();
 
     // 1. Say who we are. Texts of errors would come to the callback in the middle; there is none here.
     if (COrbuIntHost::initialize(argc > 1 ? argv[1] : "en_US", nullptr, "/tmp/orbu-example-host.log") != 0) {

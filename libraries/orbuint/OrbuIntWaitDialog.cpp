@@ -33,13 +33,7 @@ COrbuIntWaitDialog::~COrbuIntWaitDialog() {
     }
 }
 
-void COrbuIntWaitDialog::disconnect() {
-    try {
-        private_end_connection(std::exchange(mpConduit, nullptr));
-    } catch (...) {
-        // A destructor calls this: what the host's log sink throws ends here.
-    }
-}
+void COrbuIntWaitDialog::disconnect() { private_end_connection(std::exchange(mpConduit, nullptr)); }
 
 int COrbuIntWaitDialog::show() {
     if (mpConduit == nullptr) {

@@ -42,10 +42,13 @@ void private_end_connection(QMXPipeNamedConduit* conduit) {
     }
     SigpipeGuard const guard;
     std::unique_ptr<QMXPipeNamedConduit> const owner(conduit);
-    if (isCutOff(inputOf(*conduit))) {
-        conduit->setProcessEventsCallback(cancelWait, conduit);
+    // None of the host's any more: one that has thrown out of a dialog would do so again.
+    conduit->setProcessEventsCallback(isCutOff(inputOf(*conduit)) ? cancelWait : nullptr, conduit);
+    try {
+        conduit->terminate(true);
+    } catch (...) {
+        // A destructor calls this: what the host's log sink throws ends here.
     }
-    conduit->terminate(true);
 }
 
 RequestUnderWay::RequestUnderWay(QMXPipeNamedConduit* conduit)

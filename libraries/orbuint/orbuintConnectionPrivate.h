@@ -7,8 +7,8 @@
 
 class QMXPipeNamedConduit;
 
-// terminate(true) and delete, also of null. A connection that is cut off says goodbye without waiting for the
-// answer.
+// terminate(true) and delete, also of null; what the log sink throws stays inside. A connection that is cut
+// off says goodbye without waiting for the answer.
 void private_end_connection(QMXPipeNamedConduit* conduit);
 
 // Ends a connection with its scope. Not bound to one when it gets null.

@@ -8,7 +8,8 @@
 // - One for the process. Before initialize and after the end there is none, instance() is null, and dialogs
 //   work all the same: without a locale, without callbacks, and with buttons that have no label.
 // - Callbacks belong to the host and are called on the thread that shows the dialog, with the host's own
-//   signal mask. A callback may call anything here, shutdown() too.
+//   signal mask. A callback may call anything here, shutdown() too. An exception that it lets out ends the
+//   dialog and passes through; that the dialog has closed is not told then.
 // - Threads: none but the one that shows the dialogs.
 #pragma once
 

@@ -56,8 +56,8 @@ ORBU_EXPORT long showMessageBox(TStr const& caption, TStr const& title, qmx::ico
 // with SIGPIPE blocked if the host does not ignore it.
 ORBU_EXPORT QMXPipeNamedConduit* getQMXPipeConduit();
 
-// Sends the request and waits for the response if it is synchronous. 0, or the result of
-// QMXPipeConduit::send, with a record of vendor 8; 1, without one, for a null conduit or request.
+// Sends the request and waits for the response if it is synchronous and `response` not null. 0, or the result
+// of QMXPipeConduit::send, with a record of vendor 8; 1, without one, for a null conduit or request.
 // `timeout` is handed to that function in the place of its writer: pass 0, which means all writers. There is
 // no time limit, and any other number is a writer that does not exist (result 1). Hosts depend on it.
 ORBU_EXPORT long sendQMXPacket(QMXPipeNamedConduit* conduit, QMXPipePacket* request, QMXPipePacket* response,

@@ -314,6 +314,12 @@ TEST_F(Dialogs, OverlapAsTold) {
     host.pump = [] { EXPECT_TRUE(showError("inner")); };
     EXPECT_FALSE(showError());
     EXPECT_EQ(records(), (Texts{"orbuintutil 1 of 8", "orbuintutil 1 of 8"}));
+    host.pump = [] { // and would throw again while the connection ends
+        host.pump = [] { throw 2; };
+        throw 1;
+    };
+    EXPECT_THROW(showError(), int);
+    EXPECT_EQ(pipeState(), std::pair(false, false));
     host.pump = COrbuIntHost::shutdown; // the record is gone before the dialog
     EXPECT_TRUE(showError());
     EXPECT_EQ(COrbuIntHost::instance(), nullptr);
