@@ -191,7 +191,7 @@ int main(int argc, char** argv) {
         return 2;
     }
     ::signal(SIGCHLD, SIG_DFL);
-    useRuntimeOfBuild();
+    useRuntimeOfLibrary();
     COrbuIntHost::initialize("en_US", nullptr);
     Watcher watcher;
 
