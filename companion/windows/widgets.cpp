@@ -152,7 +152,10 @@ void copyText(Gtk::Widget& widget, std::string const& text) {
     auto const clipboard = widget.get_clipboard();
     clipboard->set_text(text);
     // Where nobody keeps it, it lasts as long as this program, and there is nothing to be done about it.
-    gdk_clipboard_store_async(clipboard->gobj(), G_PRIORITY_DEFAULT, nullptr, nullptr, nullptr);
+    auto const stored = [](GObject* source, GAsyncResult* result, gpointer) {
+        gdk_clipboard_store_finish(GDK_CLIPBOARD(source), result, nullptr);
+    };
+    gdk_clipboard_store_async(clipboard->gobj(), G_PRIORITY_DEFAULT, nullptr, stored, nullptr);
 }
 
 void setAccessibleName(Gtk::Widget& widget, std::string const& name) {
