@@ -41,7 +41,8 @@ public:
     virtual void start() {}
     // Takes everything away. False: a part of it cannot be ended, so the process must leave by _exit(2).
     virtual bool stop() { return true; }
-    // "windows", "rules", or "none" when nobody sees the dialogs; empty while that is not known yet.
+    // "windows", "rules", or "none" when nobody sees the dialogs; empty while that is not known yet, and when
+    // it has failed.
     virtual std::string kind() const = 0;
     // Whether it can show nothing any more; then the server ends.
     virtual bool hasFailed() const { return false; }

@@ -41,7 +41,8 @@ std::unique_ptr<Presenter> makePresenter(Settings const& settings) {
     case Shows::Auto:
         break;
     }
-    if (!settings.display || headless->kind() == "rules") {
+    bool const hasRules = !settings.answers.empty() || !settings.answersFile.empty();
+    if (!settings.display || hasRules) {
         return headless;
     }
     return std::make_unique<WindowsPresenter>(std::move(headless));

@@ -43,7 +43,9 @@ private:
 std::string modulePath() {
     std::error_code error;
     auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return program.parent_path().parent_path() / "PlugIns/windows.so";
+    auto const contents = program.parent_path().parent_path();
+    // Never one in the current folder.
+    return contents.empty() ? std::string() : (contents / "PlugIns/windows.so").string();
 }
 
 // What the toolkit reads in the environment, settled before there is a thread: nobody writes there any more
@@ -203,7 +205,11 @@ WindowsPresenter::~WindowsPresenter() {
 
 void WindowsPresenter::start() {
     prepareEnvironment();
-    thread_ = std::thread(showWindows, link_, modulePath());
+    try {
+        thread_ = std::thread(showWindows, link_, modulePath());
+    } catch (std::system_error const& error) {
+        link_->enter(WindowState::NoDisplay, error.what());
+    }
 }
 
 bool WindowsPresenter::stop() {
@@ -223,7 +229,8 @@ bool WindowsPresenter::stop() {
 
 std::string WindowsPresenter::kind() const {
     if (givenUp_) {
-        return otherwise_ ? otherwise_->kind() : "none";
+        // Without another presenter the server ends over it, and its clients see that.
+        return otherwise_ ? otherwise_->kind() : "";
     }
     return link_->state() == WindowState::Showing ? "windows" : "";
 }

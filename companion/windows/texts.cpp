@@ -22,7 +22,9 @@ struct Word {
 constexpr std::array kOwnWords{
     Word{"ok", "OK"},
     Word{"cancel", "Cancel"},
-    Word{"retry", "Retry"},
+    Word{"yes", "Yes"},
+    Word{"no", "No"},
+    Word{"retry", "Try Again"},
     Word{"close", "Close"},
     Word{"details", "Details"},
     Word{"copy_all", "Copy All"},
@@ -31,9 +33,10 @@ constexpr std::array kOwnWords{
     Word{"caption_warning", "Warning"},
     Word{"caption_question", "Question"},
     Word{"caption_information", "Information"},
-    Word{"caption_wait", "Please Wait"},
+    Word{"caption_wait", "Operation in Progress"},
     Word{"sample_title", "The file could not be saved."},
-    Word{"sample_detail", "The disk is full. Make room on the disk, then try again."},
+    Word{"sample_detail", "The disk is full, or another program is using the file. Free up some space or "
+                          "close the other program, and then try again."},
 };
 
 constexpr std::array kRightToLeft{"ar", "ckb", "dv",  "fa", "he", "iw", "ks",

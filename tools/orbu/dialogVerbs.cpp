@@ -20,13 +20,16 @@
 #include <cstring>
 #include <memory>
 #include <unistd.h>
+#include <utility>
 
 namespace {
 
 constexpr auto kConnectLimit = std::chrono::seconds(30);
 constexpr size_t kMostButtons = 16; // that a message box has
 // A line that a FIFO takes in one piece arrives whole: these parts of it leave room for the rest.
+constexpr size_t kMostCaption = 1 << 10;
 constexpr size_t kMostTitle = 8 << 10;
+constexpr size_t kMostLabel = 512;
 constexpr size_t kMostDetail = 40 << 10;
 
 constexpr char kIconWords[] =
@@ -57,7 +60,8 @@ constexpr char kWaitExamples[] =
 
 The window comes when the command has run for a moment, and goes when it ends. The exit code is the command's: 128
 and the signal's number when a signal ended it, 127 when there is no such command, 126 when it cannot be run. The
-command runs in any case, also without a display. Ctrl-C reaches it as ever, and what is sent to orbu is handed on.
+command runs in any case, also without a display. Ctrl-C reaches it as ever; SIGINT, SIGTERM, SIGHUP and SIGQUIT that
+are sent to orbu are handed on.
 
 Examples:
   orbu wait -- make -j4
@@ -104,6 +108,14 @@ long icon_number(std::string const& text) {
     return number;
 }
 
+// A log may hold anything, and is shown all the same: what is no UTF-8 as U+FFFD, NUL as a blank.
+std::string valid(std::string text) {
+    std::replace(text.begin(), text.end(), '\0', ' ');
+    constexpr auto kReplace = nlohmann::json::error_handler_t::replace;
+    return nlohmann::json::parse(nlohmann::json(std::move(text)).dump(-1, ' ', false, kReplace))
+        .get<std::string>();
+}
+
 std::string read_standard_input() {
     std::string text;
     char piece[4096];
@@ -117,7 +129,7 @@ std::string read_standard_input() {
         }
         if (got == 0) {
             text.erase(text.find_last_not_of('\n') + 1);
-            return text;
+            return valid(std::move(text));
         }
         text.append(piece, static_cast<size_t>(got));
     }
@@ -165,7 +177,7 @@ Complete complete(Given given, Icon const& usual) {
                                               [&](Icon const& one) { return one.number == dialog.icon; });
         given.caption = word(dialog.locale, (icon != std::end(kIcons) ? *icon : usual).caption);
     }
-    dialog.prompt.caption = given.caption;
+    dialog.prompt.caption = fitted(given.caption, kMostCaption, "the caption");
     dialog.prompt.title = fitted(given.title, kMostTitle, "the title");
     dialog.prompt.detail = fitted(given.detail, kMostDetail, "the detail");
     dialog.prompt.buttons = given.buttons;
@@ -231,7 +243,8 @@ size_t pressed(Options const& options, Given const& given, Complete const& dialo
     std::vector<std::string> attributes = {"caption=" + prompt.caption, "title=" + prompt.title,
                                            "locale=" + dialog.locale, "icon:=" + std::to_string(dialog.icon)};
     for (size_t i = 0; i < prompt.buttons.size(); ++i) {
-        attributes.push_back("button_" + std::to_string(i) + "=" + prompt.buttons[i]);
+        attributes.push_back("button_" + std::to_string(i) + "=" +
+                             fitted(prompt.buttons[i], kMostLabel, "a label"));
     }
     attributes.push_back("focus_button_index:=" + std::to_string(prompt.focus));
     set_attributes(request, attributes);

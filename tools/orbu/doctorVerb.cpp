@@ -34,8 +34,7 @@ namespace {
 constexpr char kExamples[] =
     R"(Checks the custom environment, the locations, the user's settings, the error table, the string resources of
 every locale, a conversation with the companion, which is started for it, the folder of its FIFOs, and how dialogs are
-shown. A line that begins with "wrong"
-says what to do, and the exit code is then 1.
+shown. A line that begins with "wrong" says what to do, and the exit code is then 1.
 
 Examples:
   orbu doctor

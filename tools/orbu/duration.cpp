@@ -9,7 +9,7 @@ struct Unit {
     double nanoseconds;
 };
 
-constexpr Unit kUnits[] = {{"h", 3600e9}, {"m", 60e9}, {"s", 1e9}, {"ms", 1e6}, {"us", 1e3}};
+constexpr Unit kUnits[] = {{"h", 3600e9}, {"m", 60e9}, {"min", 60e9}, {"s", 1e9}, {"ms", 1e6}, {"us", 1e3}};
 constexpr double kLongest = 1000 * 3600e9;
 
 } // namespace

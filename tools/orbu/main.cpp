@@ -174,6 +174,8 @@ int main(int argc, char** argv) {
     sigemptyset(&pipe);
     sigaddset(&pipe, SIGPIPE);
     pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
+    // Where it is ignored from outside, the end of a child could not be waited for.
+    signal(SIGCHLD, SIG_DFL);
     // The library prints a line now and then; standard output is for data.
     stdout = stderr;
     try {

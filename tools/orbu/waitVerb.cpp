@@ -4,6 +4,7 @@
 #include "command.h"
 #include "dialogVerbs.h"
 #include "exitCodes.h"
+#include "interruption.h"
 #include "qmx/qmxPipePacket.h"
 #include "runtime.h"
 #include "terminal.h"
@@ -52,6 +53,8 @@ class WaitDialog {
 public:
     WaitDialog(Options const& options, std::string const& locale) {
         pid_t const parent = ::getpid();
+        // What ends it waits until it is heard, also where it is ignored from outside.
+        interruption::Hold const hold;
         process_ = ::fork();
         if (process_ != 0) {
             return;
@@ -60,6 +63,9 @@ public:
         ::setpgid(0, 0);
         ::signal(SIGTTOU, SIG_IGN); // a word on standard error is no reason to be stopped
         ::signal(SIGTERM, SIG_DFL);
+        sigset_t mask = hold.before();
+        sigdelset(&mask, SIGTERM);
+        pthread_sigmask(SIG_SETMASK, &mask, nullptr);
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         int const null = ::open("/dev/null", O_RDWR);
         if (::getppid() == parent && null >= 0) {
