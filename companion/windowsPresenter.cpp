@@ -295,6 +295,8 @@ void WindowsPresenter::prepare(std::vector<pollfd>& descriptors, Milliseconds& t
 }
 
 std::vector<Answer> WindowsPresenter::dispatch() {
+    // The bell is silenced before the state is read: what rings later is heard in the next round.
+    std::vector<Answer> answers = givenUp_ ? std::vector<Answer>() : link_->takeAnswers();
     if (!givenUp_ && link_->state() == WindowState::NoDisplay) {
         QMXBase::logDebug(TStr("no windows: %1").arg(TStr(link_->reason().c_str())));
         givenUp_ = true;
@@ -302,8 +304,5 @@ std::vector<Answer> WindowsPresenter::dispatch() {
             pass(std::move(command));
         }
     }
-    if (!givenUp_) {
-        return link_->takeAnswers();
-    }
-    return otherwise_ ? otherwise_->dispatch() : std::vector<Answer>();
+    return givenUp_ && otherwise_ ? otherwise_->dispatch() : answers;
 }
