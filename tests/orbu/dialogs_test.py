@@ -93,8 +93,11 @@ class AskTest(DialogTest):
         self.assertEqual(sent("ask", "--title", "T", "--caption", "C", "--icon", "77", *AB, "--focus", "[No, x]", code=0), {
             "caption": "C", "title": "T", "locale": "fr_FR", "icon": 77, "button_0": "Yes", "button_1": "[No, x]",
             "focus_button_index": 1})
+        # A log may hold any bytes.
+        self.assertIn("detail=ha!ef!bf!bdb!20c;", self.dialog("button=0", "error", "--trace", "--title", "T", "--detail", "-",
+                                                             input="a\udcffb\0c", errors="surrogateescape").stderr)
         # A text that would not travel in one piece is cut between two characters.
-        found = self.dialog("button=0", "error", "--title", "T", "--detail", "-", "--timeout", "10s", input="ü" * 99999)
+        found = self.dialog("button=0", "error", "--title", "T", "--detail", "-", "--timeout", "0.5min", input="ü" * 99999)
         self.assertIn("the detail is cut", found.stderr)
 
     def test_interrupted(self):
@@ -134,6 +137,7 @@ class WaitTest(DialogTest):
             with self.subTest(command):
                 self.assertEqual(self.dialog("", "wait", "--", *command, code=code).stdout, "")
         self.assertEqual(self.dialog("", "wait", "--", "printf", "%s;", "[a,b]", "--", "--help").stdout, "[a,b];--;--help;")
+        self.dialog("", "wait", "--", "sh", "-c", "exit 3", code=3, preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
         # Nothing of orbu's own is in its environment, and no trouble with a server in its way.
         self.environment.update(HOME=self.folder, ORBU_RUNTIME="as it was")
         found = self.dialog("", "wait", "--", sys.executable, "-c", "import json, os; print(json.dumps(dict(os.environ)))")

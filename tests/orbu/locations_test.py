@@ -139,6 +139,7 @@ class DoctorTest(LocationsTest):
         self.assertEqual(os.listdir(self.folder), [], "it makes nothing")
         # A display that cannot be opened is worth a word.
         self.assertEqual(set(self.wrong(DISPLAY=":nosuch")), {"dialogs"})
+        self.wrong(ORBU_QMX_PRESENTER="windows")  # the companion ends over it
 
     def test_environment(self):
         self.assertIn("custom environment", self.wrong(VEXMOOR_ORBU_CUSTOM_ENV="/nowhere"))

@@ -19,17 +19,17 @@ std::string_view variable(char const* name) {
 } // namespace
 
 Shown ask_presenter(Conversation& conversation) {
-    // What is not known is never answered, so it is looked for first.
     QMXPipePacket index("qmx.index", nullptr, QMXPipe::Synchronous);
     QMXPipePacket codes(QMXPipe::SynchronicityDefault);
-    conversation.ask(index, codes);
-    auto const known = items_of(codes.attributeAsStringList("MLST"));
-    if (std::find(known.begin(), known.end(), "Presenter") == known.end()) {
-        return Shown::Untold;
-    }
     QMXPipePacket question("qmx.Presenter", nullptr, QMXPipe::Synchronous);
     QMXPipePacket answer(QMXPipe::SynchronicityDefault);
     try {
+        // What is not known is never answered, so it is looked for first.
+        conversation.ask(index, codes);
+        auto const known = items_of(codes.attributeAsStringList("MLST"));
+        if (std::find(known.begin(), known.end(), "Presenter") == known.end()) {
+            return Shown::Untold;
+        }
         conversation.ask(question, answer);
     } catch (Failure const& failure) {
         if (failure.code() != ExitFailed) {
