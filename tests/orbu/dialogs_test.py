@@ -108,6 +108,8 @@ class AskTest(DialogTest):
 
 
 class WaitTest(DialogTest):
+    leaves_lock = True  # a command may end at any moment
+
     def setUp(self):
         super().setUp()
         self.log = pathlib.Path(self.folder, "log")
