@@ -10,6 +10,7 @@
 #include "orbuint/orbuintHost.h"
 #include "orbuint/orbuintResHandler.h"
 #include "orbuint/orbuintutil.h"
+#include "orbuutil/orbuUtil.h"
 
 #include <chrono>
 #include <cstdio>
@@ -43,8 +44,10 @@ int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, 0);
     useRuntimeOfLibrary();
 
-    // 1. Say who we are. Texts of errors would come to the callback in the middle; there is none here.
-    if (COrbuIntHost::initialize(argc > 1 ? argv[1] : "en_US", nullptr, "/tmp/orbu-example-host.log") != 0) {
+    // 1. Say who we are, and where records of errors go. Their texts would come to the callback in the
+    // middle; there is none here.
+    TStr const log = OrbuUtil::getTempFolder() + "orbu-example-host.log";
+    if (COrbuIntHost::initialize(argc > 1 ? argv[1] : "en_US", nullptr, log) != 0) {
         std::printf("no texts for this locale: buttons will have no labels\n");
     }
     long rounds = 0;
