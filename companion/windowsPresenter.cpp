@@ -104,6 +104,12 @@ private:
 void WindowLink::post(WindowCommand command) {
     {
         std::lock_guard<std::mutex> const guard(mutex_);
+        // What is over before its turn has come, as while the toolkit loads, does not flash up.
+        std::erase_if(commands_, [&command](WindowCommand const& queued) {
+            return command.kind == WindowCommand::Kind::Quit ||
+                   (command.kind == WindowCommand::Kind::Close && queued.kind == WindowCommand::Kind::Open &&
+                    queued.id == command.id);
+        });
         commands_.push_back(std::move(command));
     }
     forWindows_.ring();
