@@ -168,6 +168,9 @@ void DialogWindow::addButtons(std::vector<std::string> const& words, long focus)
     grid->set_row_spacing(kButtonSpacing);
     grid->set_column_homogeneous(!isOneRow);
     grid->set_halign(isOneRow ? Gtk::Align::END : Gtk::Align::FILL);
+    // Their least width would wrap the labels, and the window would be as high as if they were.
+    grid->set_size_request(
+        isOneRow ? sum : std::min(width, columns * (widest + kButtonSpacing) - kButtonSpacing), -1);
     for (int i = 0; i < count; ++i) {
         grid->attach(*buttons[static_cast<std::size_t>(i)], i % columns, i / columns);
     }

@@ -2,11 +2,30 @@
 
 #include <glib.h>
 #include <memory>
+#include <pango/pango.h>
+#include <vector>
 
 namespace {
 
 constexpr std::size_t kLongestCharacter = 4;
 constexpr int kLongestWord = 100;
+constexpr int kLongestCluster = 16; // what people write as one sign is shorter
+constexpr char kZeroWidthSpace[] = "\u200B";
+
+// Blanks and ends of lines.
+bool isBlank(gunichar character) {
+    switch (g_unichar_break_type(character)) {
+    case G_UNICODE_BREAK_SPACE:
+    case G_UNICODE_BREAK_ZERO_WIDTH_SPACE:
+    case G_UNICODE_BREAK_MANDATORY:
+    case G_UNICODE_BREAK_CARRIAGE_RETURN:
+    case G_UNICODE_BREAK_LINE_FEED:
+    case G_UNICODE_BREAK_NEXT_LINE:
+        return true;
+    default:
+        return false;
+    }
+}
 
 } // namespace
 
@@ -29,20 +48,33 @@ std::string shortText(std::string const& text, std::size_t characters) {
 }
 
 std::string oneLine(std::string const& text, std::size_t characters) {
-    std::string line = shortText(text, characters);
-    for (char& byte : line) {
-        if (g_ascii_iscntrl(byte)) {
-            byte = ' ';
+    std::string const valid = shortText(text, characters);
+    std::string line;
+    for (char const* at = valid.c_str(); *at != 0;) {
+        char const* const next = g_utf8_find_next_char(at, nullptr);
+        switch (g_unichar_type(g_utf8_get_char(at))) {
+        case G_UNICODE_CONTROL:
+        case G_UNICODE_LINE_SEPARATOR:
+        case G_UNICODE_PARAGRAPH_SEPARATOR:
+            line += ' ';
+            break;
+        default:
+            line.append(at, next);
         }
+        at = next;
     }
     return line;
 }
 
 bool hasEndlessWord(std::string const& text) {
     int length = 0;
+    bool wasBlank = false;
     for (char const* at = text.c_str(); *at != 0; at = g_utf8_find_next_char(at, nullptr)) {
         gunichar const character = g_utf8_get_char(at);
-        length = g_unichar_isspace(character) || g_unichar_iswide(character) ? 0 : length + 1;
+        bool const blank = isBlank(character);
+        bool const isIdeograph = g_unichar_break_type(character) == G_UNICODE_BREAK_IDEOGRAPHIC;
+        length = blank != wasBlank || isIdeograph ? 0 : length + 1;
+        wasBlank = blank;
         if (length > kLongestWord) {
             return true;
         }
@@ -73,4 +105,29 @@ std::string shortLines(std::string const& text, long characters) {
         at = next;
     }
     return lines.append(written);
+}
+
+std::string breakable(std::string const& text) {
+    auto const count = static_cast<std::size_t>(g_utf8_strlen(text.c_str(), -1));
+    std::vector<PangoLogAttr> places(count + 1);
+    pango_get_log_attrs(text.c_str(), -1, -1, pango_language_get_default(), places.data(),
+                        static_cast<int>(places.size()));
+    std::string result;
+    char const* at = text.c_str();
+    int length = 0; // of the sign so far
+    for (std::size_t i = 0; i < count; ++i) {
+        char const* const next = g_utf8_find_next_char(at, nullptr);
+        length = places[i].is_cursor_position ? 1 : length + 1;
+        if (length > kLongestCluster) {
+            result += kZeroWidthSpace;
+            length = 1;
+        }
+        if (*at == '\t' && i > 0 && at[-1] == '\t') {
+            result += ' ';
+        } else {
+            result.append(at, next);
+        }
+        at = next;
+    }
+    return result;
 }

@@ -36,8 +36,21 @@ constexpr int kFrameWidth = 32;
 constexpr int kFrameHeight = 120;
 constexpr Room kLeastRoom{160, 120};
 constexpr int kBesideScrollbar = 10;
+constexpr int kWidestUnbroken = 160;
 constexpr int kFixedHeight = 220; // of all that does not give way in a dialog
 constexpr int kLeastFlexible = 150;
+
+struct Widths {
+    int least;
+    int natural;
+};
+
+Widths widthsOf(Gtk::Widget const& widget) {
+    Widths widths{};
+    int ignored = 0;
+    widget.measure(Gtk::Orientation::HORIZONTAL, -1, widths.least, widths.natural, ignored, ignored);
+    return widths;
+}
 
 } // namespace
 
@@ -98,16 +111,13 @@ Gtk::Label* makeLabel(std::string const& text, std::string const& locale) {
     auto language = Pango::Attribute::create_attr_language(Pango::Language(pangoLanguage(locale)));
     attributes.insert(language);
     label->set_attributes(attributes);
+    if (widthsOf(*label).least > kWidestUnbroken) {
+        label->set_text(breakable(text));
+    }
     return label;
 }
 
-int widthOf(Gtk::Widget const& widget) {
-    int least = 0;
-    int natural = 0;
-    int ignored = 0;
-    widget.measure(Gtk::Orientation::HORIZONTAL, -1, least, natural, ignored, ignored);
-    return natural;
-}
+int widthOf(Gtk::Widget const& widget) { return widthsOf(widget).natural; }
 
 int heightOf(Gtk::Widget const& widget, int width) {
     int least = 0;

@@ -152,6 +152,10 @@ TEST_F(DeskTest, NothingMakesAWindowLargerThanTheScreen) {
     for (int i = 0; i < 20000; ++i) {
         lines += "a line\n";
     }
+    std::string joined;
+    for (int i = 0; i < 2000; ++i) {
+        joined += "\U0001F468\u200D";
+    }
     Dialog error;
     error.icon = 1;
     error.caption = large;
@@ -162,6 +166,9 @@ TEST_F(DeskTest, NothingMakesAWindowLargerThanTheScreen) {
         std::vector<std::string> buttons;
     } const cases[] = {
         {"an endless word", large, "", {"OK"}},
+        {"tabs", std::string(3000, '\t'), "", {"OK"}},
+        {"blanks", std::string(4000, ' '), "", {"OK"}},
+        {"one endless sign", joined, "", {joined, joined}},
         {"many lines", lines, "", std::vector<std::string>(16, "A label of some length")},
         {"long labels", "A question", "", std::vector<std::string>(16, std::string(300, 'w') + " " + large)},
         {"no text", std::string(1 << 20, '\xe4'), "", {"\xff", "", "\n"}},

@@ -63,7 +63,7 @@ TEST(PlainText, IsCutBetweenCharactersAndAlwaysValid) {
     EXPECT_EQ(shortText(std::string(1 << 20, '\xff'), 2), "\uFFFD\uFFFD…");
     EXPECT_EQ(shortText("𝄞𝄞𝄞", 3), "𝄞𝄞𝄞");
     EXPECT_EQ(validText("a\xc3"), "a\uFFFD");
-    EXPECT_EQ(oneLine("one\r\ntwo\x7f", 20), "one  two ");
+    EXPECT_EQ(oneLine("one\r\ntwo\x7f\u2028\u0085.", 20), "one  two   .");
     EXPECT_EQ(shortLines("aä bc def\n12 34 5678", 6), "aä bc \ndef\n12 34 \n5678");
     EXPECT_EQ(shortLines("ääääää\nab", 4), "ääää\nää\nab");
     EXPECT_EQ(shortLines("", 4), "");
