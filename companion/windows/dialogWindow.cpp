@@ -136,6 +136,7 @@ void DialogWindow::addHeadline(Dialog const& dialog) {
     column_.set_size_request(columnWidth_, -1);
     headline_->set_max_width_chars(1);
     headline_->set_hexpand();
+    headline_->set_visible(!title.empty()); // an empty label would be read out as a label
     column_.append(*boundHeight(*headline_, columnWidth_, share(kHeadlineShare), title));
 
     setAccessibleDescription(*this, title);

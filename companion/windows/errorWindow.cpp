@@ -37,6 +37,7 @@ Gtk::Button* makeCopyButton(std::string const& word, std::string const& locale) 
     auto* const box = Gtk::make_managed<Gtk::Box>(Gtk::Orientation::HORIZONTAL, kSpacing);
     auto* const image = Gtk::make_managed<Gtk::Image>();
     image->set_from_icon_name("edit-copy-symbolic");
+    setAccessibleHidden(*image);
     box->append(*image);
     box->append(*makeLabel(word, locale));
     button->set_child(*box);

@@ -178,9 +178,8 @@ void setAccessibleDescription(Gtk::Widget& widget, std::string const& descriptio
                                    description.c_str(), -1);
 }
 
-void setLabelledBy(Gtk::Widget& widget, Gtk::Widget& label) {
-    gtk_accessible_update_relation(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_RELATION_LABELLED_BY,
-                                   label.gobj(), nullptr, -1);
+void setAccessibleHidden(Gtk::Widget& widget) {
+    gtk_accessible_update_state(GTK_ACCESSIBLE(widget.gobj()), GTK_ACCESSIBLE_STATE_HIDDEN, TRUE, -1);
 }
 
 void setDescribedBy(Gtk::Widget& widget, Gtk::Widget& description) {

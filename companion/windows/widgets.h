@@ -50,7 +50,8 @@ void copyText(Gtk::Widget& widget, std::string const& text);
 // What a screen reader says.
 void setAccessibleName(Gtk::Widget& widget, std::string const& name);
 void setAccessibleDescription(Gtk::Widget& widget, std::string const& description);
-void setLabelledBy(Gtk::Widget& widget, Gtk::Widget& label);
+// For what only the eye needs.
+void setAccessibleHidden(Gtk::Widget& widget);
 void setDescribedBy(Gtk::Widget& widget, Gtk::Widget& description);
 // Only before the widget is shown.
 void setAccessibleRole(Gtk::Widget& widget, Gtk::Accessible::Role role);
