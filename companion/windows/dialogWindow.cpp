@@ -11,6 +11,7 @@
 #include <gtkmm/shortcutcontroller.h>
 #include <gtkmm/shortcuttrigger.h>
 #include <pangomm/attributes.h>
+#include <pangomm/attrlist.h>
 #include <utility>
 
 #include "plainText.h"

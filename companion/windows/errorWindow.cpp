@@ -1,6 +1,7 @@
 #include "errorWindow.h"
 
 #include <algorithm>
+#include <gtkmm/button.h>
 #include <gtkmm/image.h>
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/textview.h>

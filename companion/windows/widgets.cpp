@@ -10,6 +10,7 @@
 #include <gtkmm/scrolledwindow.h>
 #include <gtkmm/stylecontext.h>
 #include <pangomm/attributes.h>
+#include <pangomm/attrlist.h>
 
 #include "plainText.h"
 #include "texts.h"

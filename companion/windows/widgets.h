@@ -2,12 +2,8 @@
 #pragma once
 
 #include <gtkmm/accessible.h>
-#include <gtkmm/button.h>
 #include <gtkmm/label.h>
-#include <gtkmm/textview.h>
 #include <gtkmm/widget.h>
-#include <gtkmm/window.h>
-#include <pangomm/attrlist.h>
 #include <string>
 
 // Room for a window's content, in the toolkit's units: no monitor is larger than the smallest one. Windows

@@ -426,6 +426,9 @@ class AccessibilityTest(WindowsTest):
         self.act("push button", "Details")
         text = self.find("text", "Details")
         self.assertEqual(Atspi.Text.get_text(text, 0, -1), detail)
+        # Nothing without a name of its own is read out by the name of its type.
+        names = [node.get_name() for node in self.below(self.find("dialog", ERROR))]
+        self.assertEqual([name for name in names if name.startswith("gtkmm")], [])
         self.act("push button", "Copy All")
         wait_for(lambda: self.screen.clipboard() == detail, SECONDS, "the detail in the clipboard", PAUSE)
         self.act("push button", "Close")
