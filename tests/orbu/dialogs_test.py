@@ -10,6 +10,7 @@ import shutil
 import signal
 import subprocess
 import sys
+import tempfile
 import unittest
 
 from orbu_test import BAD_DATA, COMPANION, DONE, INTERRUPTED, NO_SERVER, ORBU, SECONDS, USAGE, OrbuTest, alive
@@ -112,8 +113,9 @@ class WaitTest(DialogTest):
 
     def setUp(self):
         super().setUp()
-        self.log = pathlib.Path(self.folder, "log")
-        self.addCleanup(lambda: self.log.exists() and self.log.unlink())
+        folder = tempfile.mkdtemp(prefix="orbu-test-")  # of a server that may come up when the command has ended
+        self.addCleanup(shutil.rmtree, folder)
+        self.log = pathlib.Path(folder, "log")
         self.environment["ORBU_QMX_LOG"] = str(self.log)
 
     def begin_wait(self, *command, **options):
