@@ -6,6 +6,7 @@
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <semaphore.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
@@ -320,6 +321,23 @@ TEST_F(Settings, TwoWritersAndAReader) {
     EXPECT_EQ(std::max(found[0], found[1]), keys);
 }
 
+// Kills it, and takes away the file that sem_open(3) was making a new semaphore in.
+void killSaving(pid_t child) {
+    std::vector<std::string> semaphores;
+    std::error_code ignored;
+    for (auto const& entry :
+         std::filesystem::directory_iterator("/proc/" + std::to_string(child) + "/fd", ignored)) {
+        semaphores.push_back(std::filesystem::read_symlink(entry.path(), ignored));
+    }
+    ::kill(child, SIGKILL);
+    ::waitpid(child, nullptr, 0);
+    for (std::string const& file : semaphores) {
+        if (file.rfind("/dev/shm/sem.", 0) == 0) {
+            ::unlink(file.c_str());
+        }
+    }
+}
+
 // Stops a saving process at one of its system calls and kills it there, for each of them in turn.
 TEST_F(Settings, KilledBetweenAnyTwoCalls) {
     std::string const former = "a/k=v;a/l=w;";
@@ -354,8 +372,7 @@ TEST_F(Settings, KilledBetweenAnyTwoCalls) {
             finished = WIFEXITED(status);
         }
         if (!finished) {
-            ::kill(child, SIGKILL);
-            ::waitpid(child, &status, 0);
+            killSaving(child);
         }
         ::sem_unlink(mutex.c_str()); // the dead may hold it
         std::string const left = stored();
