@@ -6,15 +6,17 @@ import json
 import os
 import pathlib
 import shutil
+import signal
 import subprocess
 import sys
 import tempfile
 import unittest
 
+from orbu_test import SECONDS, alive, wait_for
+
 BIN = pathlib.Path(os.environ["ORBU_TEST_BIN"])
 RUNTIME = BIN.parent / "lib" / "orbu"
 SERVER = pathlib.Path(__file__).resolve().parent.parent / "wire" / "server.py"
-SECONDS = 60
 DONE, NEGATIVE = 0, 1
 
 
@@ -168,8 +170,11 @@ class DoctorTest(LocationsTest):
     def test_older_companion(self):
         runtime = self.moved()
         program = runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX"
-        program.write_text(f"#!/bin/sh\nexec {sys.executable} {SERVER}\n", encoding="utf-8")
+        program.write_text(f"#!/bin/sh\necho $$ >{self.folder}/pid\nexec {sys.executable} {SERVER}\n", encoding="utf-8")
         found = self.wrong(**self.use(runtime))
+        pid = int((self.folder / "pid").read_text(encoding="ascii"))
+        os.kill(pid, signal.SIGTERM)
+        wait_for(lambda: not alive(pid), SECONDS, "the server's end")
         self.assertEqual(list(found), ["dialogs"])
         self.assertIn("older", found["dialogs"])
 
