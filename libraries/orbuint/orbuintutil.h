@@ -38,7 +38,9 @@ namespace OrbuIntUtil {
 
 // --- dialogs ---
 
-// Shows a text, with a detail text that may be empty, and waits until it is closed. True when it was.
+// Shows a text, with a detail text that may be empty, and waits until it is closed. True when it was. The
+// request is one line, escaped; one longer than a FIFO takes at once (64 KiB on Linux) arrives cut, and the
+// dialog shows what came.
 ORBU_EXPORT bool showErrorDialog(TStr const& caption, TStr const& title, TStr const& detail,
                                  qmx::iconSelector icon);
 
