@@ -122,14 +122,6 @@ TEST_F(DeskTest, TheCloseButtonIsTheLastButton) {
     EXPECT_EQ(answers_, (std::map<DialogId, Buttons>{{1, {2}}, {2, {0}}, {3, {0}}}));
 }
 
-TEST_F(DeskTest, FocusThatIsOutOfRangeIsTheFirstButton) {
-    for (long const focus : {-1L, 2L, 1L << 40}) {
-        Gtk::Window& window = open(1, messageBox({"Yes", "No"}, focus));
-        EXPECT_EQ(window.get_focus(), all<Gtk::Button>(window)[0]) << focus;
-        desk_->close(1);
-    }
-}
-
 TEST_F(DeskTest, AWindowThatIsTakenAwayDoesNotAnswer) {
     open(1, messageBox({"Yes"}));
     Gtk::Window& other = open(2, messageBox({"Yes", "No"}));

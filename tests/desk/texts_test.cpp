@@ -1,29 +1,17 @@
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-
 #include "plainText.h"
+#include "support/files.h"
 #include "texts.h"
 
 namespace {
 
-class TextsTest : public testing::Test {
+class TextsTest : public PlaceTest {
 protected:
-    TextsTest() {
-        std::string pattern = std::filesystem::temp_directory_path() / "orbu-texts-XXXXXX";
-        folder_ = ::mkdtemp(pattern.data());
-    }
-    ~TextsTest() override { std::filesystem::remove_all(folder_); }
-
     std::string write(std::string const& runtime, std::string const& locale,
                       std::string const& strings) const {
-        auto const folder = folder_ / runtime / locale;
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / "OrbuIntRes.xml") << "<ORBUSTRINGTABLE>" << strings << "</ORBUSTRINGTABLE>";
-        return folder_ / runtime;
+        make(runtime + "/" + locale + "/OrbuIntRes.xml",
+             "<ORBUSTRINGTABLE>" + strings + "</ORBUSTRINGTABLE>");
+        return in(runtime);
     }
-
-    std::filesystem::path folder_;
 };
 
 TEST_F(TextsTest, WordsComeFromTheNearestPlaceThatHasThem) {
@@ -36,7 +24,7 @@ TEST_F(TextsTest, WordsComeFromTheNearestPlaceThatHasThem) {
               R"(<STRING ID="retry"><CAPTION></CAPTION></STRING>)");
     write("own", "en_US", R"(<STRING ID="retry"><CAPTION>Again</CAPTION></STRING>)");
     write("own", "fr_FR", "<STRING");
-    Texts texts({inForce, own, folder_ / "nowhere"});
+    Texts texts({inForce, own, in("nowhere")});
     EXPECT_EQ(texts.get("de_DE", "ok"), "Gut");
     EXPECT_EQ(texts.get("DE-de", "close"), "Zu") << "an entry without a text does not answer";
     EXPECT_EQ(texts.get("de_DE", "retry"), "Again");

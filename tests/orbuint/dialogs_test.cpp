@@ -8,6 +8,7 @@
 #include "orbuutil/orbuUtil.h"
 #include "orbuutil/orbuUtilCustomEnv.h"
 #include "qmx/qmxPipeSession.h"
+#include "support/customEnv.h"
 #include "support/processes.h"
 #include "support/texts.h"
 
@@ -22,8 +23,7 @@
 
 namespace {
 
-using support::text;
-using support::Texts;
+using support::customEnv, support::key, support::platform, support::text, support::Texts;
 
 // What the host's callbacks do and saw; a test has one host.
 struct {
@@ -48,13 +48,6 @@ void onErrorText(orbuSTRING* record) {
     host.seen.push_back(text(OrbuUtil::orbuSTRINGToTStr(record)) + " " + std::to_string(record->length));
     memory_free(record->data);
     OrbuIntUtil::orbuIntDealloc(record);
-}
-
-sigset_t pipeSignal() {
-    sigset_t signals;
-    sigemptyset(&signals);
-    sigaddset(&signals, SIGPIPE);
-    return signals;
 }
 
 // Whether the signal is blocked, and pending.
@@ -94,12 +87,8 @@ protected:
         gCustomEnvMgr.loadConfigFile();
     }
 
-    static std::string key(std::string const& id, std::string const& value) {
-        return "<KEY ID=\"" + id + "\"><STRING>" + value + "</STRING></KEY>";
-    }
     void useLocations(std::string const& keys) {
-        setVariable("VEXMOOR_ORBU_CUSTOM_ENV", make("env.xml", "<ORBUCUSTOMENV><PLATFORM OS=\"Mac\">" + keys +
-                                                                   "</PLATFORM></ORBUCUSTOMENV>"));
+        setVariable("VEXMOOR_ORBU_CUSTOM_ENV", make("env.xml", customEnv(platform(keys))));
         ASSERT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
     }
     void initialize(char const* locale = "de_DE") {

@@ -4,6 +4,7 @@
 #include "orbuutil/orbuutilObjectManager.h"
 
 #include "support/files.h"
+#include "support/texts.h"
 
 namespace {
 
@@ -21,8 +22,7 @@ protected:
         return COrbuIntResHandler::instance()->loadResourceFile(from.c_str());
     }
     static std::string text(const char* id) {
-        const TStr found = COrbuIntResHandler::instance()->getString(id);
-        return found.isNull() ? "(null)" : found.toUtf8();
+        return support::text(COrbuIntResHandler::instance()->getString(id));
     }
 
     const std::string folder = in("\xC3\xA9");

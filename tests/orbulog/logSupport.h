@@ -2,6 +2,7 @@
 #pragma once
 
 #include "orbuutil/orbuUtilCustomEnv.h"
+#include "support/customEnv.h"
 #include "support/processes.h"
 
 #include <cstdlib>
@@ -24,10 +25,8 @@ protected:
         std::string const resources = folder + "/Orbu.framework/Versions/31a/Resources";
         ASSERT_EQ(0, std::system(("mkdir -p " + resources).c_str()));
         writeFile(resources + "/OrbuErrorCodes.xml", xml);
-        writeFile(folder + "/env.xml",
-                  "<ORBUCUSTOMENV><PLATFORM OS=\"Mac\"><KEY ID=\"ORBU_MAC_FRAMEWORK_LOCATION\">"
-                  "<STRING>" +
-                      folder + "</STRING></KEY></PLATFORM></ORBUCUSTOMENV>");
+        std::string const key = support::key("ORBU_MAC_FRAMEWORK_LOCATION", folder);
+        writeFile(folder + "/env.xml", support::customEnv(support::platform(key)));
         ::setenv("VEXMOOR_ORBU_CUSTOM_ENV", (folder + "/env.xml").c_str(), 1);
         ASSERT_EQ(0, gCustomEnvMgr.loadConfigFile());
     }

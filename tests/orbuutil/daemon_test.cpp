@@ -1,8 +1,7 @@
-#include "platformSupport.h"
-
 #include "orbuutil/c_daemon.h"
 #include "orbuutil/c_syslogPrivate.h"
 #include "orbuutil/tprocess.h"
+#include "support/processes.h"
 
 #include <csignal>
 #include <fcntl.h>
@@ -63,10 +62,7 @@ protected:
 
     // Waits for a file, which is moved into its place.
     std::string awaited(std::string const& name) {
-        EXPECT_TRUE(eventually([&] {
-            drain();
-            return ::access(in(name).c_str(), F_OK) == 0;
-        })) << name;
+        EXPECT_TRUE(eventually([&] { return drain(), fileExists(in(name)); })) << name;
         return fileText(in(name));
     }
 
@@ -129,19 +125,16 @@ TEST_F(Daemon, IsDetached) {
 
 // Called by a program itself, here without descriptors.
 TEST_F(Daemon, LeavesDescriptorsClosed) {
-    pid_t const child = ::fork();
-    if (child == 0) {
+    Child caller([this] {
         _daemonize("orbutest", 1);
         int fd = 0;
         while (fd < 1000 && ::fcntl(fd, F_GETFD) == -1) {
             ++fd;
         }
-        std::ofstream(in("closed" + std::to_string(fd)));
-        ::_exit(0);
-    }
-    int status = 0;
-    EXPECT_EQ(::waitpid(child, &status, 0), child); // the caller leaves
-    EXPECT_EQ(status, 1 << 8);
+        writeFile(in("closed" + std::to_string(fd)), "");
+        return 0;
+    });
+    EXPECT_EQ(caller.wait(), 1); // it leaves
     awaited("closed1000");
     EXPECT_GT(::waitpid(-1, nullptr, 0), 0); // the leader, whose daemon is gone
 }

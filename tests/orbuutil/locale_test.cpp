@@ -2,6 +2,7 @@
 #include "orbuutil/c_memory.h"
 #include "orbuutil/orbuUtil.h"
 #include "orbuutil/orbuVersion.h"
+#include "support/texts.h"
 
 #include <gtest/gtest.h>
 
@@ -12,7 +13,7 @@ namespace {
 
 using Units = std::vector<unsigned short>;
 
-std::string text(TStr const& from) { return from.isNull() ? "(null)" : from.toUtf8(); }
+using support::text;
 
 TEST(Locale, NormalForm) {
     struct {

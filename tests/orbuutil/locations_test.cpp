@@ -4,54 +4,41 @@
 #include "orbuutil/orbuUtil.h"
 #include "orbuutil/orbuUtilCustomEnv.h"
 #include "orbuutil/platformBundlePrivate.h"
-#include "platformSupport.h"
+#include "support/customEnv.h"
+#include "support/files.h"
+#include "support/texts.h"
 
-#include <map>
-#include <optional>
 #include <sys/stat.h>
-#include <vector>
 
 namespace {
 
+using support::customEnv, support::key, support::platform, support::text;
+
 constexpr char kThin[] = "VEXMOOR_ORBU_THINCLIENT_ENV";
 constexpr char kCustom[] = "VEXMOOR_ORBU_CUSTOM_ENV";
-
-std::string text(TStr const& from) { return from.isNull() ? "(null)" : from.toUtf8(); }
 
 std::string location(OrbuUtil::OrbuFileType type, char const* locale = "") {
     return text(OrbuUtil::getOrbuFileLocation(type, locale));
 }
 
-std::string key(char const* id, std::string const& value) {
-    return std::string("<KEY ID=\"") + id + "\"><STRING>" + value + "</STRING></KEY>";
-}
-
-std::string platform(std::string const& keys, char const* os = "Mac") {
-    return std::string("<PLATFORM OS=\"") + os + "\">" + keys + "</PLATFORM>";
-}
-
-// Puts the environment back, and the custom environment to what that says.
+// Without any variable that counts; the custom environment is what the environment says.
 class Locations : public PlaceTest {
 protected:
     Locations() {
         for (char const* const name :
              {kThin, kCustom, "HOME", "LD_LIBRARY_PATH", "TMPDIR", "TMP", "TEMP", "TEMPDIR"}) {
-            char const* const value = std::getenv(name);
-            mKept[name] = value != nullptr ? std::optional<std::string>(value) : std::nullopt;
-            ::unsetenv(name);
+            setVariable(name, {});
         }
         gCustomEnvMgr.loadConfigFile();
     }
     ~Locations() override {
-        for (auto const& [name, value] : mKept) {
-            value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
-        }
+        restoreVariables();
         gCustomEnvMgr.loadConfigFile();
     }
 
     // Puts a file in force.
     void use(std::string const& platforms) {
-        ::setenv(kCustom, make("env.xml", "<ORBUCUSTOMENV>" + platforms + "</ORBUCUSTOMENV>").c_str(), 1);
+        setVariable(kCustom, make("env.xml", customEnv(platforms)));
         ASSERT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
     }
 
@@ -64,21 +51,14 @@ protected:
     }
 
     std::string mPrinted;
-
-private:
-    std::map<std::string, std::optional<std::string>> mKept;
 };
 
 TEST_F(Locations, DefaultsWithoutAFile) {
     EXPECT_EQ(OrbuUtil::loadCustomEnvSettings(), 1);
-    EXPECT_FALSE(OrbuUtil::hasCustomSettings());
     std::string const framework = "/Library/Frameworks/Orbu.framework/Versions/31a/";
-    EXPECT_EQ(text(OrbuUtil::getOrbuFrameworkLocation()), framework);
     EXPECT_EQ(location(OrbuUtil::CommonBin), "/Applications/Vexmoor/Orbu/R31/");
     EXPECT_EQ(location(OrbuUtil::CommonLib), framework + "Libraries/");
-    EXPECT_EQ(location(OrbuUtil::CommonLocalizedData), framework + "Resources/");
     EXPECT_EQ(location(OrbuUtil::CommonLocalizedData, "DE-de"), framework + "Resources/de_DE/");
-    EXPECT_EQ(location(OrbuUtil::CommonLocalizedData, "xx_YY"), framework + "Resources/en_US/");
     EXPECT_EQ(location(OrbuUtil::CommonData, "de_DE"), framework + "Resources/");
     EXPECT_EQ(location(OrbuUtil::LogFile), "/var/log/Vexmoor/Orbu/R31/");
     EXPECT_EQ(location(OrbuUtil::ErrorTable), framework + "Resources/");
@@ -86,11 +66,9 @@ TEST_F(Locations, DefaultsWithoutAFile) {
     EXPECT_EQ(text(OrbuUtil::getOrbuAPIFileLocationOverride(OrbuUtil::ApplicationErrorLog, "")), "");
 
     EXPECT_EQ(location(OrbuUtil::UserSettings), "");
-    for (auto const& [home, folder] : std::map<std::string, std::string>{{"", "/Orbu/"},
-                                                                         {"/", "/Orbu/"},
-                                                                         {"/home/a", "/home/a/Orbu/"},
-                                                                         {"/home/a//", "/home/a//Orbu/"}}) {
-        ::setenv("HOME", home.c_str(), 1);
+    for (auto const& [home, folder] :
+         {std::pair("", "/Orbu/"), {"/", "/Orbu/"}, {"/home/a//", "/home/a//Orbu/"}}) {
+        setVariable("HOME", home);
         EXPECT_EQ(location(OrbuUtil::UserSettings), folder);
     }
 }
@@ -123,7 +101,7 @@ TEST_F(Locations, LoadResults) {
     std::string const good = make("good.xml", "<ORBUCUSTOMENV/>");
     ASSERT_EQ(::mkfifo(in("fifo").c_str(), 0600), 0);
     struct {
-        std::optional<std::string> thin, custom;
+        Value thin, custom;
         int result;
     } const cases[] = {
         {{}, {}, 1},
@@ -138,8 +116,8 @@ TEST_F(Locations, LoadResults) {
         {make("empty.xml"), {}, 2},
     };
     for (auto const& at : cases) {
-        at.thin ? ::setenv(kThin, at.thin->c_str(), 1) : ::unsetenv(kThin);
-        at.custom ? ::setenv(kCustom, at.custom->c_str(), 1) : ::unsetenv(kCustom);
+        setVariable(kThin, at.thin);
+        setVariable(kCustom, at.custom);
         SCOPED_TRACE(at.thin.value_or("-") + " " + at.custom.value_or("-"));
         EXPECT_EQ(gCustomEnvMgr.loadConfigFile(), at.result);
         EXPECT_EQ(OrbuUtil::loadCustomEnvSettings(), at.result);
@@ -149,8 +127,7 @@ TEST_F(Locations, LoadResults) {
 }
 
 TEST_F(Locations, TheFirstQuestionLoads) {
-    ::setenv(kCustom,
-             make("env.xml", "<ORBUCUSTOMENV>" + platform(key("K", "v")) + "</ORBUCUSTOMENV>").c_str(), 1);
+    use(platform(key("K", "v")));
     COrbuUtilCustomEnv fresh;
     EXPECT_EQ(fresh.loadStatus(), -1);
     EXPECT_EQ(text(fresh.getStringValue("")), "");
@@ -176,20 +153,14 @@ TEST_F(Locations, WhichElementCounts) {
     EXPECT_EQ(text(gCustomEnvMgr.getStringValue("M")), "last");
     EXPECT_EQ(text(gCustomEnvMgr.getStringValue("k")), "");
     // A second root is none.
-    ::setenv(kCustom,
-             make("two.xml", "<ORBUCUSTOMENV/><ORBUCUSTOMENV>" + platform(key("K", "v")) + "</ORBUCUSTOMENV>")
-                 .c_str(),
-             1);
-    EXPECT_EQ(gCustomEnvMgr.loadConfigFile(), 0);
+    use("</ORBUCUSTOMENV><ORBUCUSTOMENV>" + platform(key("K", "v")));
     EXPECT_EQ(text(gCustomEnvMgr.getStringValue("K")), "");
 }
 
 TEST_F(Locations, Expansion) {
-    ::setenv("ORBU_T", "/t", 1);
-    ::setenv("ORBU_U", "\xC3\xBC\xC3\xBC$ORBU_T", 1);
-    ::setenv("ORBU_E", "", 1);
-    ::unsetenv("ORBU_NO");
-    ::unsetenv("ORBU_TX");
+    setVariable("ORBU_T", "/t");
+    setVariable("ORBU_U", "\xC3\xBC\xC3\xBC$ORBU_T");
+    setVariable("ORBU_E", "");
     auto const unknown = [](char const* name) {
         return "Environment variable " + std::string(name) + " could not be found\n";
     };
@@ -219,7 +190,7 @@ TEST_F(Locations, Expansion) {
     // A variable that names itself comes to an end, and so do the lines about a long file's unknown ones.
     for (auto const& itself :
          {"$ORBU_T/" + std::string(60000, 'x') + "$ORBU_T/", std::string("$ORBU_T/$ORBU_T/")}) {
-        ::setenv("ORBU_T", itself.c_str(), 1);
+        setVariable("ORBU_T", itself);
         EXPECT_LT(expanded("$ORBU_T/").size(), 2u << 20);
     }
     expanded(std::string(1 << 20, '$'));
@@ -229,55 +200,46 @@ TEST_F(Locations, Expansion) {
 }
 
 TEST_F(Locations, LibrarySearchPath) {
-    constexpr char kPath[] = "LD_LIBRARY_PATH";
-    auto const setUp = [&](char const* framework) {
-        use(platform(key("ORBU_COMMON_BIN_LOCATION", "/b") + key("ORBU_MAC_FRAMEWORK_LOCATION", framework)));
-    };
-    std::string const lib = "/f/Orbu.framework/Versions/31a/Libraries";
-    auto const after = [&](std::string const& before) {
-        ::setenv(kPath, before.c_str(), 1);
+    constexpr char variable[] = "LD_LIBRARY_PATH";
+    std::string const bin = key("ORBU_COMMON_BIN_LOCATION", "/b");
+    auto const framework = [](char const* folder) { return key("ORBU_MAC_FRAMEWORK_LOCATION", folder); };
+    auto const after = [&](Value const& before) {
+        setVariable(variable, before);
         OrbuUtil::setCustomEnvPathVars();
-        return std::string(std::getenv(kPath));
+        return std::string(std::getenv(variable));
     };
-    setUp("/f/");
-    ::unsetenv(kPath);
-    OrbuUtil::setCustomEnvPathVars();
-    EXPECT_EQ(std::string(std::getenv(kPath)), lib);
+    use(platform(bin + framework("/f/")));
+    std::string const lib = "/f/Orbu.framework/Versions/31a/Libraries";
     for (auto const& there : {lib, lib + "/", lib + "/:/x", "/x:" + lib + ":/y", lib + "er:" + lib}) {
         EXPECT_EQ(after(there), there);
     }
+    EXPECT_EQ(after({}), lib);
     EXPECT_EQ(after(""), lib);
-    EXPECT_EQ(after("/x"), "/x:" + lib);
+    std::string const others[] = {"/x", lib + "/more:" + lib + "er",
+                                  "/\xE9"}; // bytes come out as they went in
+    for (auto const& before : others) {
+        EXPECT_EQ(after(before), before + ":" + lib);
+    }
     EXPECT_EQ(after("/x:"), "/x:" + lib);
-    EXPECT_EQ(after(lib + "/more:" + lib + "er"), lib + "/more:" + lib + "er:" + lib);
-    EXPECT_EQ(after("/\xE9"), "/\xE9:" + lib); // bytes come out as they went in
-
-    setUp("/");
+    use(platform(bin + framework("/")));
     EXPECT_EQ(after("/x"), "/x:" + lib.substr(2));
-    setUp("/Library/Frameworks/");
-    EXPECT_EQ(after("/x"), "/x");
-    use(platform(key("ORBU_MAC_FRAMEWORK_LOCATION", "/f"))); // no folder of programs
-    EXPECT_EQ(after("/x"), "/x");
-    ::unsetenv(kCustom);
+    // With the default framework, without a folder of programs, and without a file it stays as it is.
+    for (auto const& keys : {bin + framework("/Library/Frameworks/"), framework("/f")}) {
+        use(platform(keys));
+        EXPECT_EQ(after("/x"), "/x");
+    }
+    setVariable(kCustom, {});
     gCustomEnvMgr.loadConfigFile();
     EXPECT_EQ(after("/x"), "/x");
 }
 
 TEST_F(Locations, TemporaryFolder) {
     EXPECT_EQ(text(OrbuUtil::getTempFolder()), "/tmp/");
-    ::setenv("TEMPDIR", mPlace.c_str(), 1);
+    setVariable("TEMPDIR", mPlace);
     EXPECT_EQ(text(OrbuUtil::getTempFolder()), mPlace + "/");
-    ::setenv("TMPDIR", in("missing").c_str(), 1);
-    ::setenv("TMP", (mPlace + "/").c_str(), 1);
+    setVariable("TMPDIR", in("missing"));
+    setVariable("TMP", mPlace + "/");
     EXPECT_EQ(text(OrbuUtil::getTempFolder()), mPlace + "//");
-}
-
-TEST_F(Locations, InstallLocationIsAStore) {
-    OrbuUtil::setCustomInstallLocationPath(mPlace.c_str());
-    EXPECT_TRUE(OrbuUtil::isCustomInstallLocation());
-    EXPECT_TRUE(OrbuUtil::checkCustomInstallLocationPath(OrbuUtil::getCustomInstallLocationPath()));
-    OrbuUtil::setCustomInstallLocationPath("");
-    EXPECT_FALSE(OrbuUtil::isCustomInstallLocation());
 }
 
 TEST_F(Locations, SearchesBelowTheProgram) {

@@ -1,39 +1,14 @@
-#include "platformSupport.h"
-
 #include "orbuutil/c_lock.h"
 #include "orbuutil/tlock.h"
+#include "support/semaphores.h"
 
 #include <cerrno>
 #include <csignal>
 #include <regex>
-#include <semaphore.h>
-#include <unistd.h>
 
 namespace {
 
-// A semaphore name for each test of each process, removed afterwards.
-class Lock : public ::testing::Test {
-protected:
-    Lock()
-        : name("/orbutest-" + std::to_string(::getpid()) + "-" +
-               ::testing::UnitTest::GetInstance()->current_test_info()->name()) {}
-    ~Lock() override {
-        Debug = 0;
-        ::sem_unlink(name.c_str());
-    }
-
-    // The semaphore's value, -1 when there is none: 1 free, 0 held.
-    int value() const {
-        int result = -1;
-        if (sem_t* semaphore = ::sem_open(name.c_str(), 0); semaphore != SEM_FAILED) {
-            ::sem_getvalue(semaphore, &result);
-            ::sem_close(semaphore);
-        }
-        return result;
-    }
-
-    std::string const name;
-};
+using Lock = SemaphoreTest;
 
 TEST_F(Lock, Opens) {
     for (int row = 0; row < 8; ++row) {
@@ -125,6 +100,7 @@ TEST_F(Lock, Traces) {
         lock_destroy(pl);
         lock_uninit(pl);
     }
+    Debug = 0;
     std::string const pid = std::to_string(::getpid());
     std::string const destroyed = pid + " lock destroy: 0x\\w+ " + name + "\n";
     EXPECT_TRUE(std::regex_match(::testing::internal::GetCapturedStdout(),

@@ -1,52 +1,33 @@
-#include "platformSupport.h"
-
 #include "orbuutil/orbuFileLock.h"
 #include "orbuutil/orbuMutex.h"
+#include "support/processes.h"
+#include "support/semaphores.h"
 
 #include <fcntl.h>
-#include <memory>
-#include <semaphore.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
-class Mutex : public ::testing::Test {
-protected:
-    Mutex() : name("/orbumtx" + std::to_string(::getpid())) {}
-    ~Mutex() override { ::sem_unlink(name.c_str()); }
-
-    // The semaphore's value, -1 when there is none of that name: 1 free, 0 held.
-    static int value(std::string const& of) {
-        int result = -1;
-        if (sem_t* semaphore = ::sem_open(of.c_str(), 0); semaphore != SEM_FAILED) {
-            ::sem_getvalue(semaphore, &result);
-            ::sem_close(semaphore);
-        }
-        return result;
-    }
-
-    std::string const name;
-};
+using Mutex = SemaphoreTest;
+using FileLock = PlaceTest;
 
 TEST_F(Mutex, TakesAndGivesBack) {
     OrbuMutex first;
     OrbuMutex second;
     ASSERT_TRUE(first.Open(name.c_str()) && second.Open(name.c_str()));
-    EXPECT_EQ(value(name), 1);
+    EXPECT_EQ(value(), 1);
     for (int timeout : {0, -2}) {
         EXPECT_FALSE(first.Lock(timeout)) << timeout;
     }
-    EXPECT_EQ(value(name), 1);
+    EXPECT_EQ(value(), 1);
     for (int timeout : {-1, 1}) {
         EXPECT_TRUE(first.Lock(timeout) && first.IsLocked());
-        EXPECT_EQ(value(name), 0);
+        EXPECT_EQ(value(), 0);
         EXPECT_TRUE(!second.Lock(1) && !second.IsLocked());
         EXPECT_FALSE(second.UnLock()); // not held: nothing is posted
-        EXPECT_EQ(value(name), 0);
+        EXPECT_EQ(value(), 0);
         EXPECT_FALSE(first.UnLock() || first.IsLocked());
-        EXPECT_EQ(value(name), 1);
+        EXPECT_EQ(value(), 1);
     }
     auto const start = std::chrono::steady_clock::now();
     EXPECT_TRUE(first.Lock(-1) && !second.Lock(20'000));
@@ -60,17 +41,17 @@ TEST_F(Mutex, ClosingFreesTheName) {
     auto next = std::make_unique<OrbuMutex>();
     EXPECT_TRUE(holder.Open(name.c_str()) && holder.Lock(-1) && waiter.Open(name.c_str()));
     EXPECT_TRUE(waiter.Close());
-    EXPECT_EQ(value(name), -1);
+    EXPECT_EQ(value(), -1);
     EXPECT_TRUE(next->Open(name.c_str()) && next->Lock(1)); // beside the holder
     // A second Open drops the lock without a post, and what it opens is not held.
     EXPECT_TRUE(next->Open(name.c_str()) && !next->IsLocked() && !next->UnLock());
-    EXPECT_EQ(value(name), 1);
+    EXPECT_EQ(value(), 1);
     EXPECT_TRUE(next->Close() && !next->Close() && next->Open(name.c_str()) && next->Lock(-1));
     sem_t* const semaphore = ::sem_open(name.c_str(), 0);
     next.reset(); // posts what is held
     EXPECT_EQ(::sem_trywait(semaphore), 0);
     ::sem_close(semaphore);
-    EXPECT_EQ(value(name), -1);
+    EXPECT_EQ(value(), -1);
 }
 
 TEST_F(Mutex, CutsNames) {
@@ -81,9 +62,9 @@ TEST_F(Mutex, CutsNames) {
                                          {stem + "\u00e9\u00e9", stem}}) {
         OrbuMutex lock;
         EXPECT_TRUE(lock.Open(wanted.c_str()) && lock.Lock(-1));
-        EXPECT_EQ(value(opened), 0);
+        EXPECT_EQ(valueOf(opened), 0);
         EXPECT_TRUE(lock.Close());
-        EXPECT_EQ(value(opened), -1);
+        EXPECT_EQ(valueOf(opened), -1);
     }
 }
 
@@ -99,10 +80,8 @@ TEST_F(Mutex, WithoutSemaphore) {
     EXPECT_TRUE(lock.UnLock());
     EXPECT_FALSE(lock.Open("/no/folders"));
     EXPECT_TRUE(lock.Open(name.c_str()) && lock.TimedWait(1) && !lock.IsLocked());
-    EXPECT_EQ(value(name), 0);
+    EXPECT_EQ(value(), 0);
 }
-
-using FileLock = PlaceTest;
 
 TEST_F(FileLock, HoldsUntilTheProcessLets) {
     std::string const file = in("lock");
@@ -118,14 +97,8 @@ TEST_F(FileLock, HoldsUntilTheProcessLets) {
     EXPECT_EQ(info.st_mode & 07777, 0600U);
 
     auto const heldForOthers = [&] {
-        pid_t const child = ::fork();
-        if (child == 0) {
-            int const fd = ::open(file.c_str(), O_RDWR);
-            ::_exit(::lockf(fd, F_TEST, 0) == 0 ? 0 : 1);
-        }
-        int status = 0;
-        EXPECT_EQ(::waitpid(child, &status, 0), child);
-        return status != 0;
+        return Child([&] { return ::lockf(::open(file.c_str(), O_RDWR), F_TEST, 0) == 0 ? 0 : 1; }).wait() !=
+               0;
     };
     EXPECT_TRUE(lock.Lock() && lock.IsLocked() && heldForOthers());
     EXPECT_TRUE(lock.UnLock() && !lock.IsLocked() && !heldForOthers() && lock.UnLock());

@@ -6,9 +6,11 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -33,7 +35,8 @@ inline std::string fileText(std::string const& path) {
 
 inline void writeFile(std::string const& path, std::string const& text) { std::ofstream(path) << text; }
 
-// A directory for each test, gone afterwards; the current directory is then what it was.
+// A directory for each test, gone afterwards; the current directory and the variables are then what they
+// were.
 class PlaceTest : public ::testing::Test {
 protected:
     PlaceTest() {
@@ -41,6 +44,7 @@ protected:
         mPlace = ::mkdtemp(pattern.data());
     }
     ~PlaceTest() override {
+        restoreVariables();
         std::filesystem::current_path(mBefore);
         std::filesystem::remove_all(mPlace);
     }
@@ -55,6 +59,27 @@ protected:
         return in(name);
     }
 
+    using Value = std::optional<std::string>; // of a variable, if it is set
+
+    // Until the end of the test.
+    void setVariable(std::string const& name, Value const& value) {
+        char const* const former = std::getenv(name.c_str());
+        mVariables.emplace_back(name, former != nullptr ? Value(former) : Value());
+        assign(name, value);
+    }
+    void restoreVariables() {
+        for (; !mVariables.empty(); mVariables.pop_back()) {
+            assign(mVariables.back().first, mVariables.back().second);
+        }
+    }
+
     std::string mPlace;
     std::filesystem::path const mBefore = std::filesystem::current_path();
+
+private:
+    static void assign(std::string const& name, Value const& value) {
+        value ? ::setenv(name.c_str(), value->c_str(), 1) : ::unsetenv(name.c_str());
+    }
+
+    std::vector<std::pair<std::string, Value>> mVariables; // with their former values
 };

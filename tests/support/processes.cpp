@@ -13,8 +13,6 @@
 
 #include "qmx/qmxBase.h"
 
-namespace {
-
 namespace fs = std::filesystem;
 
 sigset_t pipeSignal() {
@@ -23,8 +21,6 @@ sigset_t pipeSignal() {
     sigaddset(&signals, SIGPIPE);
     return signals;
 }
-
-} // namespace
 
 Child::Child(std::function<int()> const& body) : pid_(::fork()) {
     if (pid_ == 0) {
@@ -108,10 +104,7 @@ void ProcessTest::TearDown() {
     if (HasFailure()) {
         std::cerr << "-- this side\n" << log_ << "-- server\n" << fileText(in("server.log"));
     }
-    for (auto entry = variables_.rbegin(); entry != variables_.rend(); ++entry) {
-        entry->second.empty() ? ::unsetenv(entry->first.c_str())
-                              : ::setenv(entry->first.c_str(), entry->second.c_str(), 1);
-    }
+    restoreVariables();
     struct timespec const now = {};
     sigset_t const signals = pipeSignal();
     sigtimedwait(&signals, nullptr, &now);
@@ -157,12 +150,6 @@ std::string ProcessTest::serverPath() {
 
 ProcessTest::Client ProcessTest::connect(long timeout) const {
     return Client(QMXPipeNamedConduit::connect(TStr(serverPath().c_str()), TStr(prefix_.c_str()), timeout));
-}
-
-void ProcessTest::setVariable(std::string const& name, std::string const& value) {
-    char const* const former = ::getenv(name.c_str());
-    variables_.emplace_back(name, former != nullptr ? former : "");
-    ::setenv(name.c_str(), value.c_str(), 1);
 }
 
 void ProcessTest::log(QMXLogLevel level, TStr const& message, void* context) {

@@ -2,6 +2,7 @@
 // failure shows what both sides had to say.
 #pragma once
 
+#include <csignal>
 #include <functional>
 #include <memory>
 #include <string>
@@ -10,6 +11,9 @@
 #include "qmx/qmxPipeNamedConduit.h"
 #include "qmx/qmxPipePacket.h"
 #include "support/files.h"
+
+// SIGPIPE by itself.
+sigset_t pipeSignal();
 
 // A child of the test; killed and collected at the latest when the object goes.
 class Child {
@@ -58,8 +62,6 @@ protected:
         return fileText(in("server.log")).find(text) != std::string::npos;
     }
 
-    // Set until the end of the test.
-    void setVariable(std::string const& name, std::string const& value);
     void expectError(std::string const& part) { expected_.push_back(part); }
     // The server was killed: its files may stay.
     void expectRemains() { remains_ = true; }
@@ -72,7 +74,6 @@ private:
     std::string log_;
     std::vector<std::string> errors_;
     std::vector<std::string> expected_;
-    std::vector<std::pair<std::string, std::string>> variables_; // with their former values
     bool remains_ = false;
 };
 
