@@ -5,7 +5,6 @@ What stands on a real display is tested with the companion's windows.
 import json
 import os
 import pathlib
-import pty
 import shutil
 import signal
 import subprocess
@@ -13,10 +12,10 @@ import sys
 import tempfile
 import unittest
 
-from orbu_test import BAD_DATA, COMPANION, DONE, INTERRUPTED, NO_SERVER, ORBU, SECONDS, USAGE, OrbuTest, alive
+from orbu_test import COMPANION, OrbuTest, alive
+from tool import BAD_DATA, DONE, INTERRUPTED, NO_DISPLAY, NO_SERVER, ORBU, SECONDS, UNANSWERED, USAGE
 from wire import Packet, wait_for
 
-UNANSWERED, NO_DISPLAY = 5, 8
 AB = ("--button", "Yes", "--button", "[No, x]")
 ABC = ("--button", "a", "--button", "b", "--button", "c")
 
@@ -24,19 +23,11 @@ ABC = ("--button", "a", "--button", "b", "--button", "c")
 class DialogTest(OrbuTest):
     server = COMPANION
 
-    def setUp(self):
-        super().setUp()
-        self.environment = {name: value for name, value in os.environ.items()
-                            if name not in ("DISPLAY", "WAYLAND_DISPLAY", "LC_ALL", "LC_MESSAGES", "LANG")
-                            and not name.startswith("ORBU_QMX_")}
-
     def dialog(self, rules, verb, *arguments, code=DONE, **options):
         """With no terminal; each has a companion of its own, that follows the rules."""
         self.prefix = f"{self.prefix}1"
         environment = {**self.environment, **({"ORBU_QMX_ANSWERS": rules} if rules else {})}
-        result = subprocess.run(self.command(verb, *arguments), capture_output=True, text=True, timeout=SECONDS, check=False,
-                                start_new_session=True, env=environment, **options)
-        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+        result = self.run_to_end(*self.command(verb, *arguments), code=code, start_new_session=True, env=environment, **options)
         self.assertEqual(self.fifos(), [])
         self.end_server()
         return result
@@ -72,8 +63,8 @@ class AskTest(DialogTest):
                 (USAGE, "wait"), (USAGE, "wait", "--"), (USAGE, "gallery"), (NO_SERVER, "ask", *title)]:
             with self.subTest(arguments):
                 result = self.orbu(verb, *arguments, code=code, server="/nosuch") if verb != "gallery" else \
-                    subprocess.run([ORBU, verb], capture_output=True, text=True, check=False)
-                self.assertEqual((result.returncode, result.stdout), (code, ""))
+                    self.run_to_end(ORBU, verb, code=code)
+                self.assertEqual(result.stdout, "")
                 self.assertNotEqual(result.stderr, "")
 
     def test_request(self):
@@ -102,7 +93,8 @@ class AskTest(DialogTest):
         self.assertIn("the detail is cut", found.stderr)
 
     def test_interrupted(self):
-        process = self.begin("ask", "--title", "T", env={**self.environment, "ORBU_QMX_ANSWERS": "never"})
+        self.environment["ORBU_QMX_ANSWERS"] = "never"
+        process = self.begin("ask", "--title", "T")
         wait_for(lambda: "MessageBox" in process.stderr.readline(), SECONDS, "the question")
         process.send_signal(signal.SIGINT)
         self.finish(process, INTERRUPTED)
@@ -143,7 +135,7 @@ class WaitTest(DialogTest):
         self.assertEqual(self.dialog("", "wait", "--", "printf", "%s;", "[a,b]", "--", "--help").stdout, "[a,b];--;--help;")
         self.dialog("", "wait", "--", "sh", "-c", "exit 3", code=3, preexec_fn=lambda: signal.signal(signal.SIGCHLD, signal.SIG_IGN))
         # Nothing of orbu's own is in its environment, and no trouble with a server in its way.
-        self.environment.update(HOME=self.folder, ORBU_RUNTIME="as it was")
+        self.environment["ORBU_RUNTIME"] = "as it was"
         found = self.dialog("", "wait", "--", sys.executable, "-c", "import json, os; print(json.dumps(dict(os.environ)))")
         self.assertEqual({**json.loads(found.stdout), "LC_CTYPE": None}, {**self.environment, "LC_CTYPE": None})
         process = subprocess.Popen([ORBU, "wait", "--server", "/nosuch", "--", "cat"], stdin=subprocess.PIPE,
@@ -180,24 +172,14 @@ class WaitTest(DialogTest):
 
 
 class TerminalTest(DialogTest):
-    """At a terminal of its own, as a person would sit there."""
-
     def at_terminal(self, typed, *arguments):
         """Types each text when the prompt stands there. Gives what was shown and the exit code."""
-        command = self.command(*arguments)
-        pid, master = pty.fork()
-        if pid == 0:
-            os.execve(command[0], command, self.environment)
-        shown, typed = b"", list(typed)
-        try:
-            while data := os.read(master, 4096):
-                shown += data
-                if shown.endswith(b"]: ") and typed:
-                    os.write(master, typed.pop(0))
-        except OSError:
-            pass  # the terminal's other end is closed
-        os.close(master)
-        return shown.decode().replace("\r\n", "\n"), os.waitstatus_to_exitcode(os.waitpid(pid, 0)[1])
+        self.begin_at_terminal(*self.command(*arguments))
+        for text in typed:
+            self.await_prompt(b"]: ")
+            os.write(self.master, text)
+        code = self.end_at_terminal()
+        return self.shown.decode().replace("\r\n", "\n"), code
 
     def test_question(self):
         for typed, label, code in [
@@ -220,10 +202,9 @@ class GalleryTest(DialogTest):
     def test_pictures(self):
         maker = pathlib.Path(COMPANION).parent / "qmxgallery"
         possible = maker.exists() and shutil.which("Xvfb")
-        out = pathlib.Path(self.folder, "pictures", "new")
-        result = subprocess.run([ORBU, "gallery", "--out", out, "--locale", "de_DE"], capture_output=True, text=True, check=False,
-                                timeout=SECONDS, env=self.environment)
-        self.assertEqual(result.returncode, DONE if possible else NO_DISPLAY, result.stderr)
+        out = self.folder / "pictures" / "new"
+        self.environment["HOME"] = str(out.parent)  # where the toolkit may leave something
+        self.run_to_end(ORBU, "gallery", "--out", out, "--locale", "de_DE", code=DONE if possible else NO_DISPLAY)
         pictures = list(out.glob("*de_DE*.png")) if out.exists() else []
         self.assertEqual(bool(pictures), bool(possible))
         shutil.rmtree(out.parent, ignore_errors=True)

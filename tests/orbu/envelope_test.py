@@ -1,93 +1,56 @@
-"""orbu seal and orbu open, beside an implementation of the envelope of their own kind: hashlib and the openssl command."""
-import hashlib
-import hmac
+"""orbu seal and orbu open: what they make of messages, files, passphrases, signals and terminals."""
 import os
 import pty
 import resource
-import shutil
 import signal
-import struct
 import subprocess
-import tempfile
 import termios
 import time
 import unittest
 
-ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
-SECONDS = 60  # for what is expected to happen
-DONE, USAGE, FAILED, BAD_DATA = 0, 2, 6, 7
+from tool import BAD_DATA, DONE, FAILED, INTERRUPTED, ORBU, SECONDS, USAGE, ToolTest, all_shown
+
 SECRET = "gehe\xefm \u2713".encode()
 
 
-def sha1(*parts):
-    return hashlib.sha1(b"".join(parts)).digest()
-
-
-def mash(data, length, iterations):
-    for _ in range(iterations):
-        data = b"".join(sha1(struct.pack(">H", at), data) for at in range(0, length, 20))
-    return data[:length]
-
-
-def aes(data, salt, *options):
-    stretched = mash(SECRET + salt, 32, 200)
-    command = ["openssl", "enc", "-aes-128-cbc", *options, "-K", stretched[:16].hex(), "-iv", stretched[16:].hex()]
-    return subprocess.run(command, input=data, stdout=subprocess.PIPE, check=True, timeout=SECONDS).stdout
-
-
-def seal(message, salt, mac):
-    code = hmac.digest(mash(SECRET, 16, 1), message, "sha1") if mac else b""
-    return salt + aes(sha1(SECRET, salt)[:16] + message + code, salt)
-
-
-def open_sealed(sealed, mac):
-    data = aes(sealed[8:], sealed[:8], "-d")
-    assert data[:16] == sha1(SECRET, sealed[:8])[:16]
-    message = data[16:-20] if mac else data[16:]
-    assert not mac or data[-20:] == hmac.digest(mash(SECRET, 16, 1), message, "sha1")
-    return message
-
-
-class EnvelopeTest(unittest.TestCase):
+class EnvelopeTest(ToolTest):
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
-        self.addCleanup(shutil.rmtree, self.folder)
+        super().setUp()
         self.secret = self.file("secret", SECRET + b"\nanother line\n")
+        self.environment["TMPDIR"] = self.path("spool")
+        os.mkdir(self.path("spool"))
 
     def path(self, name):
-        return os.path.join(self.folder, name)
+        return str(self.folder / name)
 
     def file(self, name, content):
-        with open(self.path(name), "wb") as file:
-            file.write(content)
+        (self.folder / name).write_bytes(content)
         return self.path(name)
 
     def content(self, name):
-        with open(self.path(name), "rb") as file:
-            return file.read()
+        return (self.folder / name).read_bytes()
 
     def orbu(self, *arguments, code=DONE, secret=None, said=b"", **options):
-        """What the verb puts out; the environment has a folder for temporary files that must stay empty."""
-        spool = self.path("spool")
-        os.makedirs(spool, exist_ok=True)
-        source = ["--passphrase-file", secret or self.secret]
-        result = subprocess.run([ORBU, *arguments, *source], capture_output=True, timeout=SECONDS, check=False,
-                                env={**os.environ, "TMPDIR": spool}, **options)
-        self.assertEqual(result.returncode, code, result.stderr)
+        """What the verb puts out; the folder for temporary files must stay empty."""
+        result = self.run_to_end(ORBU, *arguments, "--passphrase-file", secret or self.secret, code=code, text=False, **options)
         self.assertEqual(result.stderr == b"", code == DONE)
         self.assertIn(said, result.stderr)
-        self.assertEqual(os.listdir(spool), [])
+        self.assertEqual(os.listdir(self.path("spool")), [])
         return result.stdout
 
-    def test_agrees_with_an_implementation_of_its_own(self):
-        for message in b"", b"x" * 15, b"x" * 16, os.urandom(100_000):
-            for mac, options in (True, []), (False, ["--no-mac"]):
-                with self.subTest(length=len(message), mac=mac):
-                    ours = self.orbu("seal", *options, input=message)
-                    self.assertEqual(open_sealed(ours, mac), message)
-                    self.assertEqual(seal(message, ours[:8], mac), ours)
-                    theirs = seal(message, b"\0salt\xff\n8", mac)
-                    self.assertEqual(self.orbu("open", *options, input=theirs), message)
+    def test_known_envelopes_and_there_and_back(self):
+        """Computed with Python's hashlib and hmac and the openssl command."""
+        head = "671565D551A37934BF087B965A2EC0ED79F3E00F72083CD7DC94D417B6330871D3C33F34B877AC9B8C0E6D112413C55B17AD0A37ECDE2D568"
+        tail = "CC87C6DED45748C0322D941466D1FD5C02AE7AEC3872CF0CAD93E918F64DDC3E5A67393B677649A3D4BED96B9B4F7E3"
+        secret, text = self.file("horse", b"correct horse battery staple"), b"The quick brown fox jumps over the lazy dog."
+        for options, rest in ([], tail), (["--no-mac"], "ED6D0D82C1E3CC4F8A4CF40A4F42D96"):
+            known = bytes.fromhex(head + rest)
+            self.assertEqual(self.orbu("open", *options, secret=secret, input=known), text)
+            self.assertEqual(len(self.orbu("seal", *options, secret=secret, input=text)), len(known))
+            for message in b"", b"x" * 15, b"x" * 16, os.urandom(100_000):
+                with self.subTest(length=len(message), options=options):
+                    sealed = self.orbu("seal", *options, input=message)
+                    self.assertEqual(self.orbu("open", *options, input=sealed), message)
 
     def test_files(self):
         plain, sealed, link = self.file("plain", b"some text\n" * 9), self.path("sealed"), self.path("link")
@@ -119,7 +82,7 @@ class EnvelopeTest(unittest.TestCase):
 
     def test_failures_of_the_system(self):
         plain = self.file("plain", b"x" * 3_000_000)
-        before = sorted(os.listdir(self.folder) + ["spool"])
+        before = sorted(os.listdir(self.folder))
         self.orbu("seal", self.path("none"), code=FAILED)
         self.orbu("seal", self.folder, code=FAILED)
         self.orbu("seal", plain, "-o", self.path("none/sealed"), code=FAILED)
@@ -139,12 +102,10 @@ class EnvelopeTest(unittest.TestCase):
                 if code == DONE:
                     self.assertEqual(self.orbu("open", secret=self.file("kept", kept), input=sealed), b"text")
         # From a descriptor no byte more than the line is taken.
-        both = subprocess.run([ORBU, "seal", "--passphrase-fd", "0"], input=SECRET + b"\ntext\n", capture_output=True,
-                              timeout=SECONDS, check=True)
+        both = self.run_to_end(ORBU, "seal", "--passphrase-fd", "0", input=SECRET + b"\ntext\n", text=False)
         self.assertEqual(self.orbu("open", input=both.stdout), b"text\n")
         # A descriptor that is not open is none of the files that the verb opens.
-        command = [ORBU, "seal", "--passphrase-fd", "3", self.secret]
-        self.assertEqual(subprocess.run(command, capture_output=True, timeout=SECONDS, check=False).returncode, USAGE)
+        self.run_to_end(ORBU, "seal", "--passphrase-fd", "3", self.secret, code=USAGE)
 
     def test_signals_leave_nothing_behind(self):
         sealed = self.orbu("seal", input=os.urandom(1_000_000))
@@ -179,72 +140,53 @@ class EnvelopeTest(unittest.TestCase):
                 time.sleep(0.5)  # more than what the bar waits for
             process.stdin.close()
             self.assertEqual(process.wait(SECONDS), DONE)
-        self.assertIn(b"sealing", os.read(master, 4096))
+        self.assertRegex(all_shown(master), rb"(?s)^\rsealing  .* KiB.*\r\x1b\[K$")  # in the end it is taken away
 
 
-class PromptTest(unittest.TestCase):
-    """At a terminal of its own, as a person would sit there."""
+class PromptTest(ToolTest):
+    """Passphrases that are asked for."""
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.plain, self.sealed = (os.path.join(self.folder, name) for name in ("plain", "sealed"))
-        with open(self.plain, "wb") as file:
-            file.write(b"text")
-
-    def begin(self, *arguments):
-        self.pid, self.master = pty.fork()
-        if self.pid == 0:
-            os.execv(ORBU, [ORBU, *arguments])
-        self.addCleanup(os.close, self.master)
-        self.shown = b""
+        super().setUp()
+        self.plain, self.sealed = (str(self.folder / name) for name in ("plain", "sealed"))
+        (self.folder / "plain").write_bytes(b"text")
 
     def echoes(self):
         return bool(termios.tcgetattr(self.master)[3] & termios.ECHO)
 
     def answer(self, prompt, text):
-        while not self.shown.endswith(prompt):
-            self.shown += os.read(self.master, 4096)
+        self.await_prompt(prompt)
         self.assertFalse(self.echoes())
         os.write(self.master, text)
-        self.shown += b"|"
-
-    def end(self):
-        try:
-            while data := os.read(self.master, 4096):
-                self.shown += data
-        except OSError:
-            pass  # the terminal's other end is closed
-        return os.waitstatus_to_exitcode(os.waitpid(self.pid, 0)[1])
 
     def test_asks_without_echo(self):
-        self.begin("seal", self.plain, "-o", self.sealed)
+        self.begin_at_terminal(ORBU, "seal", self.plain, "-o", self.sealed)
         self.answer(b"Passphrase: ", b"secret\n")
         self.answer(b"Once more: ", b"secret\n")
-        self.assertEqual(self.end(), DONE)
-        self.begin("open", self.sealed)
+        self.assertEqual(self.end_at_terminal(), DONE)
+        self.begin_at_terminal(ORBU, "open", self.sealed)
         self.answer(b"Passphrase: ", b"secret\n")
-        self.assertEqual(self.end(), DONE)
-        self.assertEqual(self.shown, b"Passphrase: |\r\ntext")
+        self.assertEqual(self.end_at_terminal(), DONE)
+        self.assertEqual(self.shown, b"Passphrase: \r\ntext")
         for first, second in (b"secret\n", b"Secret\n"), (b"\x04", None), (b"\n", None):
-            self.begin("seal", self.plain, "-o", self.plain)
+            self.begin_at_terminal(ORBU, "seal", self.plain, "-o", self.plain)
             self.answer(b"Passphrase: ", first)
             if second:
                 self.answer(b"Once more: ", second)
-            self.assertEqual(self.end(), USAGE)
+            self.assertEqual(self.end_at_terminal(), USAGE)
         for arguments in [], ["-o", self.sealed, "--passphrase-fd", "0"]:  # an envelope shown, a passphrase shown
-            self.begin("seal", self.plain, *arguments)
-            self.assertEqual(self.end(), USAGE)
+            self.begin_at_terminal(ORBU, "seal", self.plain, *arguments)
+            self.assertEqual(self.end_at_terminal(), USAGE)
         self.assertEqual(sorted(os.listdir(self.folder)), ["plain", "sealed"])
 
     def test_gives_the_terminal_back(self):
-        self.begin("open", self.plain)
+        self.begin_at_terminal(ORBU, "open", self.plain)
         self.answer(b"Passphrase: ", b"\x1a")
         self.assertTrue(os.WIFSTOPPED(os.waitpid(self.pid, os.WUNTRACED)[1]))
         self.assertTrue(self.echoes())
         os.kill(self.pid, signal.SIGCONT)
         self.answer(b"Passphrase: ", b"\x03")
-        self.assertEqual(self.end(), 130)
+        self.assertEqual(self.end_at_terminal(), INTERRUPTED)
         self.assertTrue(self.echoes())
 
 

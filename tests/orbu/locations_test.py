@@ -1,38 +1,21 @@
-"""Runs orbu where and orbu doctor: in the runtime that came with it, in one that was moved, and in broken ones.
-
-ORBU_TEST_BIN is the folder of the programs under test. HOME is a folder of the test's own.
-"""
+"""Runs orbu where and orbu doctor: in the runtime that came with it, in one that was moved, and in broken ones."""
 import json
 import os
 import pathlib
 import shutil
 import signal
-import subprocess
 import sys
-import tempfile
 import unittest
 
-from orbu_test import SECONDS, alive, wait_for
+from orbu_test import PYTHON_SERVER, alive, wait_for
+from tool import BIN, DONE, NEGATIVE, ORBU, SECONDS, ToolTest
 
-BIN = pathlib.Path(os.environ["ORBU_TEST_BIN"])
 RUNTIME = BIN.parent / "lib" / "orbu"
-SERVER = pathlib.Path(__file__).resolve().parent.parent / "wire" / "server.py"
-DONE, NEGATIVE = 0, 1
 
 
-class LocationsTest(unittest.TestCase):
-    def setUp(self):
-        self.folder = pathlib.Path(tempfile.mkdtemp(prefix="orbu-test-"))
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.environment = {name: value for name, value in os.environ.items()
-                            if not name.startswith(("VEXMOOR_", "ORBU_QMX_")) and name not in (
-                                "TMPDIR", "TMP", "TEMP", "TEMPDIR", "DISPLAY", "WAYLAND_DISPLAY")}
-        self.environment["HOME"] = str(self.folder)
-
-    def orbu(self, *arguments, code=DONE, program=BIN / "orbu", **environment):
-        result = subprocess.run([program, *arguments], capture_output=True, text=True, timeout=SECONDS, check=False,
-                                env={**self.environment, **environment})
-        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+class LocationsTest(ToolTest):
+    def orbu(self, *arguments, code=DONE, program=ORBU, **environment):
+        result = self.run_to_end(program, *arguments, code=code, env={**self.environment, **environment})
         self.assertEqual(result.stderr, "")
         return result.stdout
 
@@ -170,7 +153,7 @@ class DoctorTest(LocationsTest):
     def test_older_companion(self):
         runtime = self.moved()
         program = runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX"
-        program.write_text(f"#!/bin/sh\necho $$ >{self.folder}/pid\nexec {sys.executable} {SERVER}\n", encoding="utf-8")
+        program.write_text(f"#!/bin/sh\necho $$ >{self.folder}/pid\nexec {sys.executable} {PYTHON_SERVER}\n", encoding="utf-8")
         found = self.wrong(**self.use(runtime))
         pid = int((self.folder / "pid").read_text(encoding="ascii"))
         os.kill(pid, signal.SIGTERM)

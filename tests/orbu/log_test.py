@@ -1,37 +1,21 @@
 """Runs the verbs of orbu that work on logs: explain, log and perf, with a home and an error table of their own."""
 import json
-import os
-import pathlib
-import pty
-import subprocess
-import tempfile
 import unittest
 import xml.dom.minidom
 
-ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
-DONE, NEGATIVE, USAGE, FAILED, BAD_DATA = 0, 1, 2, 6, 7
+from tool import BAD_DATA, DONE, FAILED, NEGATIVE, ORBU, USAGE, ToolTest
+
 TABLE = """<ERRORTABLES><TABLE VENDORID="1"><NAME>Host</NAME><ERROR CODE="5"><DESCRIPTION>No
 connection</DESCRIPTION></ERROR><ERROR CODE="-1"><DESCRIPTION>Lost</DESCRIPTION></ERROR></TABLE></ERRORTABLES>"""
 
 
-class LogVerbTest(unittest.TestCase):
-    def setUp(self):
-        folder = tempfile.TemporaryDirectory(prefix="orbu-logs-")
-        self.addCleanup(folder.cleanup)
-        self.folder = pathlib.Path(folder.name)
-        self.environment = {name: value for name, value in os.environ.items()
-                            if not name.startswith(("ORBU_DEBUG", "ORBU_PERF", "VEXMOOR"))}
-        self.environment["HOME"] = folder.name
-
+class LogVerbTest(ToolTest):
     def orbu(self, *arguments, code=DONE, talk="", **options):
-        result = subprocess.run([ORBU, *map(str, arguments)], env=self.environment, capture_output=True, timeout=60,
-                                check=False, **options)
-        error = result.stderr.decode()
-        self.assertEqual(result.returncode, code, f"{arguments}\n{result.stdout}\n{error}")
-        self.assertIn(talk, error)
+        result = self.run_to_end(ORBU, *arguments, code=code, errors="replace", **options)
+        self.assertIn(talk, result.stderr)
         if code == DONE and not talk:
-            self.assertEqual(error, "")
-        return result.stdout.decode(errors="replace")
+            self.assertEqual(result.stderr, "")
+        return result.stdout
 
 
 class ExplainTest(LogVerbTest):
@@ -178,38 +162,9 @@ class PerfTest(LogVerbTest):
     def test_standard_input(self):
         text = entry("01:00:00:0", "A.START") + entry("01:00:00:7", "A.END")
         text += entry("01:00:01:0", "Öffnen.START") + entry("01:00:01:5", "Öffnen.END")
-        output = self.orbu("perf", "-", input=text.encode())
+        output = self.orbu("perf", "-", input=text)
         self.assertIn("A       OrbuInt        1    7 ms  7 ms   7 ms   7 ms\n", output)
         self.assertIn("Öffnen  OrbuInt        1    5 ms  5 ms   5 ms   5 ms\n", output)
-
-    def test_progress(self):
-        # On a terminal a bar, which is taken away in the end.
-        reader, writer = os.pipe()
-        main, terminal = pty.openpty()
-        process = subprocess.Popen([ORBU, "perf", "-"], stdin=reader, stdout=subprocess.DEVNULL, stderr=terminal,
-                                   env={**self.environment, "TERM": "xterm"})
-        os.close(reader)
-        os.close(terminal)
-        seen = b""
-        while b"lines" not in seen:
-            os.write(writer, entry("01:00:00:0", "A.END").encode() * 100)
-            os.set_blocking(main, False)
-            try:
-                seen += os.read(main, 1000)
-            except BlockingIOError:
-                pass
-        os.close(writer)
-        os.set_blocking(main, True)
-        try:
-            while True:
-                block = os.read(main, 1000)
-                seen += block
-        except OSError:
-            pass  # the other end is closed
-        self.assertEqual(process.wait(timeout=60), DONE)
-        self.assertIn(b"reading", seen)
-        self.assertIn(b"\r\x1b[K", seen)
-        os.close(main)
 
 
 if __name__ == "__main__":

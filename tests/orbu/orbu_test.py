@@ -1,7 +1,7 @@
 """Runs the real orbu in real situations: against the companion, and against a server in Python that misbehaves on request.
 
-ORBU_TEST_BIN is the folder of the programs under test, ORBU_TEST_SERVER the companion. Each test has a prefix of its own and
-leaves no process, FIFO, semaphore or file behind, which is checked after each.
+ORBU_TEST_SERVER is the companion. Each test has a prefix of its own and leaves no process, FIFO, semaphore or file behind,
+which is checked after each.
 """
 import json
 import os
@@ -10,20 +10,15 @@ import pty
 import shutil
 import signal
 import subprocess
-import sys
-import tempfile
 import time
 import unittest
 
-WIRE = pathlib.Path(__file__).resolve().parent.parent / "wire"
-sys.path.insert(0, str(WIRE))
-from wire import NamedLock, server_pid, wait_for  # noqa: E402
+from tool import (BAD_DATA, DONE, FAILED, INTERRUPTED, NEGATIVE, NO_SERVER, ORBU, SECONDS, TIME_LIMIT, USAGE, WIRE, ToolTest,
+                  all_shown)
+from wire import NamedLock, server_pid, wait_for
 
-ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
 COMPANION = os.environ["ORBU_TEST_SERVER"]
 PYTHON_SERVER = str(WIRE / "server.py")
-SECONDS = 60  # for what is expected to happen
-DONE, NEGATIVE, USAGE, NO_SERVER, TIME_LIMIT, FAILED, BAD_DATA, INTERRUPTED = 0, 1, 2, 3, 4, 6, 7, 130
 
 
 def alive(pid):
@@ -39,12 +34,11 @@ def semaphores():
     return {name for name in os.listdir("/dev/shm") if name.startswith("sem.")}
 
 
-class OrbuTest(unittest.TestCase):
+class OrbuTest(ToolTest):
     server = PYTHON_SERVER
 
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
-        self.addCleanup(shutil.rmtree, self.folder)
+        super().setUp()
         self.prefix = os.path.join(self.folder, f"orbu{os.getpid()}x")
         self.addCleanup(self.end_server)
 
@@ -84,9 +78,7 @@ class OrbuTest(unittest.TestCase):
         return [ORBU, verb, "--prefix", self.prefix, "--server", server or self.server, *rest]
 
     def orbu(self, *arguments, code=DONE, server=None, **options):
-        result = subprocess.run(self.command(*arguments, server=server), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                text=True, timeout=SECONDS, check=False, **options)
-        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+        result = self.run_to_end(*self.command(*arguments, server=server), code=code, **options)
         self.assertEqual(self.fifos(), [])
         if code == DONE and "--trace" not in arguments:
             self.assertEqual(result.stderr, "")
@@ -95,7 +87,7 @@ class OrbuTest(unittest.TestCase):
     def begin(self, *arguments, **options):
         """Starts orbu and waits until its request is under way."""
         process = subprocess.Popen(self.command(*arguments, "--trace"), stdout=subprocess.PIPE, stderr=subprocess.PIPE,
-                                   text=True, **options)
+                                   text=True, env=self.environment, **options)
         self.addCleanup(lambda: process.poll() is None and process.kill())
         for line in process.stderr:
             if line.startswith("> ") and "cndCnct" not in line:
@@ -163,9 +155,7 @@ class AnswerTest(OrbuTest):
             "text=a\\tb \\\\ ü", "RSCD=0", "yes=true", "empty=", f"CPID={server_pid(self.prefix)}", ""]))
 
     def test_what_is_lost_is_told(self):
-        result = subprocess.run(self.command("call", "demo.echo", "pi:=3.14159265", 'list:=["a",""]'), text=True,
-                                capture_output=True, timeout=SECONDS, check=False)
-        self.assertEqual(result.returncode, DONE)
+        result = self.run_to_end(*self.command("call", "demo.echo", "pi:=3.14159265", 'list:=["a",""]'))
         self.assertIn("pi=3.14159\n", result.stdout)
         self.assertIn("six significant digits", result.stderr)
         self.assertIn("empty item", result.stderr)
@@ -180,11 +170,10 @@ class AnswerTest(OrbuTest):
         self.orbu("list")
 
     def test_trace_and_replay(self):
-        record = os.path.join(self.folder, "record")
+        record = self.folder / "record"
         self.orbu("list")
         first = self.orbu("call", "demo.echo", "--trace", "text=a b", 'list:=["x"]')
-        with open(record, "w", encoding="utf-8") as file:
-            file.write("# a comment\n" + first.stderr)
+        record.write_text("# a comment\n" + first.stderr, encoding="utf-8")
         lines = first.stderr.splitlines()
         self.assertEqual([line[:2] for line in lines], ["> ", "< "] * 3)
         self.assertRegex(lines[2], r"^> 65536;demo\.echo;\d+;10;0;2;list=j!231!3ax;text=ha!20b;CPID=d\d+$")
@@ -193,7 +182,7 @@ class AnswerTest(OrbuTest):
         sent, repeated = (text.stderr.splitlines()[2].split(";") for text in (first, again))
         self.assertNotEqual(sent.pop(), repeated.pop(), "the recorded process id is sent again")
         self.assertEqual(sent[4:], repeated[4:])
-        os.unlink(record)
+        record.unlink()
 
     def test_records_that_cannot_be_replayed(self):
         for record in ["", "< 65536;system.listLocales;0;0;0;2\n", "> 65537;system.listLocales;0;0;0;2\n",
@@ -201,7 +190,7 @@ class AnswerTest(OrbuTest):
                        "> 65536;system.cndTerm;0;0;0;2\n"]:
             with self.subTest(record):
                 self.orbu("replay", "-", input=record, code=BAD_DATA)
-        self.orbu("replay", os.path.join(self.folder, "nosuch"), code=BAD_DATA)
+        self.orbu("replay", self.folder / "nosuch", code=BAD_DATA)
 
 
 class CommandLineTest(OrbuTest):
@@ -230,32 +219,27 @@ class CommandLineTest(OrbuTest):
     def test_help_and_version(self):
         for verb in [[], ["call"], ["list"], ["introspect"], ["locales"], ["replay"]]:
             with self.subTest(verb):
-                text = subprocess.run([ORBU, *verb, "--help"], capture_output=True, text=True, check=True).stdout
-                self.assertIn("Examples:\n  orbu ", text)
-        version = subprocess.run([ORBU, "--version"], capture_output=True, text=True, check=True).stdout
-        self.assertRegex(version, r"^orbu \d+\.\d+\.\d+\n$")
+                self.assertIn("Examples:\n  orbu ", self.run_to_end(ORBU, *verb, "--help").stdout)
+        self.assertRegex(self.run_to_end(ORBU, "--version").stdout, r"^orbu \d+\.\d+\.\d+\n$")
 
     def test_colour_on_a_terminal_only(self):
         for extra, wanted in [({}, True), ({"NO_COLOR": "1"}, False), ({"TERM": "dumb"}, False)]:
             master, terminal = pty.openpty()
-            subprocess.run(self.command("call", "noname"), stderr=terminal, timeout=SECONDS, check=False,
-                           env={**os.environ, "TERM": "xterm", **extra})
-            os.close(terminal)  # so that reading ends if nothing was written
-            self.assertEqual(b"\033[" in os.read(master, 4096), wanted, extra)
+            self.run_to_end(*self.command("call", "noname"), code=USAGE, capture_output=False, stderr=terminal,
+                            env={**self.environment, "TERM": "xterm", **extra})
+            os.close(terminal)
+            self.assertEqual(b"\033[" in all_shown(master), wanted, extra)
             os.close(master)
 
     def test_output_that_nobody_takes(self):
         reading, writing = os.pipe()
         os.close(reading)
         for descriptor, code in [(writing, DONE), (os.open("/dev/full", os.O_WRONLY), FAILED)]:
-            result = subprocess.run(self.command("list"), stdout=descriptor, stderr=subprocess.PIPE, text=True,
-                                    timeout=SECONDS, check=False)
+            result = self.run_to_end(*self.command("list"), code=code, capture_output=False, stdout=descriptor,
+                                     stderr=subprocess.PIPE)
             os.close(descriptor)
-            self.assertEqual(result.returncode, code, result.stderr)
             self.assertEqual(result.stderr == "", code == DONE)
-        closed = subprocess.run(["sh", "-c", 'exec "$@" >&-', "sh", *self.command("list")], stderr=subprocess.PIPE,
-                                timeout=SECONDS, check=False)
-        self.assertEqual(closed.returncode, FAILED)
+        self.run_to_end("sh", "-c", 'exec "$@" >&-', "sh", *self.command("list"), code=FAILED)
         self.assertEqual(self.fifos(), [])
 
 
@@ -287,7 +271,7 @@ class LimitTest(OrbuTest):
         self.limited("list")
 
     def test_refused_handshake(self):
-        server = subprocess.Popen([PYTHON_SERVER], env={**os.environ, "DEMO_HANDSHAKE": "refuse",
+        server = subprocess.Popen([PYTHON_SERVER], env={**self.environment, "DEMO_HANDSHAKE": "refuse",
                                                         "PROCESS_ARGUMENTS": self.prefix})
         self.addCleanup(server.wait, SECONDS)
         self.addCleanup(self.end_server)
@@ -296,38 +280,29 @@ class LimitTest(OrbuTest):
 
     def test_lock_that_is_never_given_back(self):
         self.orbu("list")
-        lock = NamedLock(self.prefix)
-        lock.acquire(SECONDS)
-        self.assertIn("lock", self.limited("list").stderr)
-        lock.release()
-        lock.close()
+        with NamedLock(self.prefix):
+            self.assertIn("lock", self.limited("list").stderr)
 
     def test_lock_taken_while_a_server_comes_up(self):
         # The library then waits for the lock without a limit and without a round.
-        slow, started = os.path.join(self.folder, "slow"), self.prefix + ".started"
-        with open(slow, "w", encoding="ascii") as file:
-            file.write('#!/bin/sh\necho $$ >"$PROCESS_ARGUMENTS.new"\n'
-                       'mv "$PROCESS_ARGUMENTS.new" "$PROCESS_ARGUMENTS.started"\nexec sleep 60\n')
-        os.chmod(slow, 0o755)
+        slow, started = self.folder / "slow", self.folder / "started"
+        slow.write_text(f"#!/bin/sh\necho $$ >{started}.new\nmv {started}.new {started}\nexec sleep 60\n", encoding="ascii")
+        slow.chmod(0o755)
         process = subprocess.Popen(self.command("list", "--timeout", "60s", server=slow), stderr=subprocess.PIPE, text=True)
-        wait_for(lambda: os.path.exists(started), SECONDS, "the program's start")
-        lock = NamedLock(self.prefix)
-        lock.acquire(SECONDS)
-        process.send_signal(signal.SIGINT)
-        self.finish(process, INTERRUPTED)
-        with self.assertRaises(TimeoutError):
-            lock.acquire(0)  # nobody has given back what is ours
-        lock.release()
-        lock.close()
-        with open(started, encoding="ascii") as file:
-            os.kill(int(file.read()), signal.SIGKILL)
-        os.unlink(slow)
-        os.unlink(started)
+        wait_for(started.exists, SECONDS, "the program's start")
+        with NamedLock(self.prefix) as lock:
+            process.send_signal(signal.SIGINT)
+            self.finish(process, INTERRUPTED)
+            with self.assertRaises(TimeoutError):
+                lock.acquire(0)  # nobody has given back what is ours
+        os.kill(int(started.read_text(encoding="ascii")), signal.SIGKILL)
+        slow.unlink()
+        started.unlink()
         lock.unlink()
 
     def test_server_that_does_not_come_up(self):
         self.leaves_files = True  # the lock's name
-        for options in [{"server": "/bin/true"}, {"env": {**os.environ, "DEMO_HANDSHAKE": "quit"}}]:
+        for options in [{"server": "/bin/true"}, {"env": {**self.environment, "DEMO_HANDSHAKE": "quit"}}]:
             self.assertIn("ended before", self.orbu("list", code=NO_SERVER, **options).stderr)
         # A prefix of our own is left clean even so.
         process = subprocess.Popen([ORBU, "list", "--server", "/bin/true"], stderr=subprocess.DEVNULL)
@@ -351,8 +326,7 @@ class LimitTest(OrbuTest):
         self.addCleanup(stranger.kill)
         os.mkdir(self.prefix)
         os.mkfifo(os.path.join(self.prefix, "0"))
-        with open(os.path.join(self.prefix, ".serverpid"), "w", encoding="ascii") as file:
-            file.write(str(stranger.pid))
+        pathlib.Path(self.prefix, ".serverpid").write_text(str(stranger.pid), encoding="ascii")
         self.orbu("list", code=NO_SERVER)
         shutil.rmtree(self.prefix)
         self.leaves_files = True
@@ -365,14 +339,11 @@ class LimitTest(OrbuTest):
             output, _ = self.finish(process, 128 + number)
             self.assertEqual(output, "")
         # Also where the library waits for a lock.
-        lock = NamedLock(self.prefix)
-        lock.acquire(SECONDS)
-        process = subprocess.Popen(self.command("list"), stderr=subprocess.PIPE, text=True)
-        wait_for(lambda: catches(process.pid, signal.SIGINT), SECONDS, "its handler")
-        process.send_signal(signal.SIGINT)
-        self.finish(process, INTERRUPTED)
-        lock.release()
-        lock.close()
+        with NamedLock(self.prefix):
+            process = subprocess.Popen(self.command("list"), stderr=subprocess.PIPE, text=True)
+            wait_for(lambda: catches(process.pid, signal.SIGINT), SECONDS, "its handler")
+            process.send_signal(signal.SIGINT)
+            self.finish(process, INTERRUPTED)
 
 
 def catches(pid, number):

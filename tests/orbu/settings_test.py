@@ -1,36 +1,22 @@
-"""Runs the real orbu settings on real files: what it prints, what it refuses, and what it leaves alone.
-
-ORBU_TEST_BIN is the folder of the program under test.
-"""
+"""Runs the real orbu settings on real files: what it prints, what it refuses, and what it leaves alone."""
 import json
 import os
-import pathlib
-import shutil
 import subprocess
-import sys
-import tempfile
 import unittest
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "wire"))
-from wire import NamedLock  # noqa: E402
-
-ORBU = os.path.join(os.environ["ORBU_TEST_BIN"], "orbu")
-SECONDS = 60
-DONE, NEGATIVE, USAGE, TIME_LIMIT, FAILED, BAD_DATA = 0, 1, 2, 4, 6, 7
+from tool import BAD_DATA, DONE, FAILED, NEGATIVE, ORBU, SECONDS, TIME_LIMIT, USAGE, ToolTest
+from wire import NamedLock
 
 
-class SettingsTest(unittest.TestCase):
+class SettingsTest(ToolTest):
     def setUp(self):
-        self.folder = tempfile.mkdtemp(prefix="orbu-test-")
-        self.addCleanup(shutil.rmtree, self.folder)
-        self.file = pathlib.Path(self.folder, f"orbu{os.getpid()}.lock")  # its lock is "/UIDorbuPID.lock"
+        super().setUp()
+        self.file = self.folder / f"orbu{os.getpid()}.lock"  # its lock is "/UIDorbuPID.lock"
 
-    def orbu(self, *arguments, code=DONE, file=None, **options):
+    def orbu(self, *arguments, code=DONE, file=None):
         verb, *rest = arguments
-        place = ["--file", file or str(self.file)] if file != "" else []
-        result = subprocess.run([ORBU, "settings", verb, *place, "--", *rest], stdout=subprocess.PIPE,
-                                stderr=subprocess.PIPE, text=True, timeout=SECONDS, check=False, **options)
-        self.assertEqual(result.returncode, code, f"{arguments}\n--- out\n{result.stdout}\n--- err\n{result.stderr}")
+        place = ["--file", file or self.file] if file != "" else []
+        result = self.run_to_end(ORBU, "settings", verb, *place, "--", *rest, code=code)
         self.assertEqual(result.stderr == "", code == DONE, result.stderr)
         return result.stdout if code == DONE else result.stderr
 
@@ -54,10 +40,8 @@ class SettingsTest(unittest.TestCase):
             self.assertIn("not set", self.orbu(verb, "b", "k", code=NEGATIVE))
 
     def test_folder_of_the_user(self):
-        environment = {**os.environ, "HOME": self.folder}
-        environment.pop("VEXMOOR_ORBU_CUSTOM_ENV", None)
-        self.orbu("set", "a", "k", "v", file="", env=environment)
-        self.assertEqual(self.orbu("get", "a", "k", file=os.path.join(self.folder, "Orbu", "OrbuUserSettings.xml")), "v\n")
+        self.orbu("set", "a", "k", "v", file="")
+        self.assertEqual(self.orbu("get", "a", "k", file=self.folder / "Orbu" / "OrbuUserSettings.xml"), "v\n")
 
     def test_refuses_what_would_land_elsewhere(self):
         self.orbu("set", "a", "k", "v")
@@ -97,10 +81,9 @@ class SettingsTest(unittest.TestCase):
         lock = NamedLock(f"{os.getuid()}orbu{os.getpid()}")
         self.addCleanup(lock.unlink)
         lock.acquire(SECONDS)
-        process = subprocess.run([ORBU, "settings", "set", "a", "k", "v", "--file", self.file, "--timeout", "50ms"],
-                                 stderr=subprocess.PIPE, text=True, timeout=SECONDS, check=False)
-        self.assertEqual(process.returncode, TIME_LIMIT)
-        self.assertIn("locked by another process for 50 ms", process.stderr)
+        result = self.run_to_end(ORBU, "settings", "set", "a", "k", "v", "--file", self.file, "--timeout", "50ms",
+                                 code=TIME_LIMIT)
+        self.assertIn("locked by another process for 50 ms", result.stderr)
         lock.close()
         self.orbu("set", "a", "k", "v")
 

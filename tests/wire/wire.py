@@ -115,6 +115,14 @@ class NamedLock:
         if not self.semaphore:
             raise OSError(ctypes.get_errno(), "sem_open", self.name.decode())
 
+    def __enter__(self):
+        self.acquire(60)
+        return self
+
+    def __exit__(self, *_):
+        self.release()
+        self.close()
+
     def acquire(self, seconds):
         wait_for(lambda: self.libc.sem_trywait(self.semaphore) == 0, seconds, f"the lock {self.name.decode()}")
 
