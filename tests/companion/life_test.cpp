@@ -22,29 +22,6 @@ protected:
     }
 };
 
-TEST_F(LifeTest, ADeadServerEndsTheWaitAndTheNextConnectStartsAnother) {
-    setVariable("ORBU_QMX_ANSWERS", "never");
-    Client client = connect();
-    ASSERT_TRUE(client);
-    int const server = serverPid();
-    Child killer([&] {
-        return eventually([&] { return serverLog("orbu.ErrorDialog"); }) && signalServer(SIGKILL) ? 0 : 1;
-    });
-    QMXPipePacket response;
-    expectError("QMX is unavailable");
-    EXPECT_EQ(call(*client, "orbu.ErrorDialog", response), SendUnavailable);
-    client.reset();
-
-    // FIFO 0, the id file and the semaphore are still there, and the id file is made to name a process that
-    // is gone.
-    EXPECT_TRUE(fileExists(prefix() + "/0"));
-    writeFile(idFile(), std::to_string(server));
-    client = connect();
-    ASSERT_TRUE(client);
-    EXPECT_NE(serverPid(), server);
-    EXPECT_EQ(call(*client, "system.listLocales", response), SendDone);
-}
-
 TEST_F(LifeTest, ADeadClientIsNoticedAtOnce) {
     setVariable("ORBU_QMX_IDLE", "500ms");
     // The child is left uncollected, so that a probe of its id still finds it.

@@ -14,8 +14,8 @@ TEST_F(PresenterTest, WithoutADisplayDialogsGoToTheOtherPresenter) {
         char const* kind;
         long button; // the focus is on 1
     } const cases[] = {
-        {"headless", nowhere, "", "none", 1},      {"auto", "", "", "none", 1},
-        {"auto", nowhere, "", "none", 1},          {"auto", "", "button=2", "rules", 2},
+        {"headless", nowhere, "", "none", 1},
+        {"auto", nowhere, "", "none", 1},
         {"auto", nowhere, "button=2", "rules", 2},
     };
     setVariable("WAYLAND_DISPLAY", "");

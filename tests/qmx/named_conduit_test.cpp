@@ -229,16 +229,13 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
         QMXPipeNamedConduit* self = nullptr;
         int rounds = 0;
     } caller;
-    auto const giveUp = [](void* context) -> void {
+    auto const inRound = [](void* context) -> void {
         auto* const told = static_cast<Caller*>(context);
         if (++told->rounds == 3) {
             told->self->terminate(false);
+        } else if (told->rounds > 3) {
+            told->self->defaultSession()->cancelWait();
         }
-    };
-    auto const cancel = [](void* context) -> void {
-        auto* const told = static_cast<Caller*>(context);
-        ++told->rounds;
-        told->self->defaultSession()->cancelWait();
     };
 
     TStr const longName((prefix() + std::string(300, 'n')).c_str());
@@ -249,7 +246,7 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
     for (long const limit : {-1, 0, 20}) {
         EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), limit), nullptr);
     }
-    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), 100000000, giveUp, &caller, &caller.self),
+    EXPECT_EQ(QMXPipeNamedConduit::connect("/bin/true", path(), 100000000, inRound, &caller, &caller.self),
               nullptr);
     EXPECT_EQ(caller.rounds, 3);
     EXPECT_EQ(caller.self, nullptr);
@@ -257,7 +254,7 @@ TEST_F(NamedConduitTest, ConnectionsThatFail) {
     // A server that never replies to the handshake.
     HandServer silent(path());
     writeFile(idFile(), std::to_string(getpid()));
-    Client client(QMXPipeNamedConduit::connect("/none", path(), 1000, cancel, &caller, &caller.self));
+    Client client(QMXPipeNamedConduit::connect("/none", path(), 1000, inRound, &caller, &caller.self));
     ASSERT_TRUE(client);
     EXPECT_EQ(caller.rounds, 4) << "one round of this wait";
     EXPECT_EQ(client->lockCount(), 0);
