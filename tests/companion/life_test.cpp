@@ -1,7 +1,6 @@
 // How a server comes up, is found, and goes.
 #include <csignal>
 #include <cstdlib>
-#include <fcntl.h>
 #include <semaphore.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -151,14 +150,17 @@ TEST_F(LifeTest, Programs) {
     }
     EXPECT_EQ(runServer({"ORBU_QMX_IDLE=soon"}).wait(), 2);
     EXPECT_EQ(runServer({"ORBU_QMX_PRESENTER=both"}).wait(), 2);
+    std::vector<std::string> const noDisplay = {"WAYLAND_DISPLAY=", "DISPLAY=:60000",
+                                                "ORBU_QMX_PRESENTER=windows"};
+    EXPECT_EQ(runServer(noDisplay).wait(), 4);
+    EXPECT_FALSE(fileExists(prefix()));
 }
 
 // Every answer reaches its own client. ORBU_STRESS=200x100 runs the full load.
 TEST_F(LifeTest, ManyClientsAtOnce) {
-    char const* const load = std::getenv("ORBU_STRESS");
     int clients = 12;
     int requests = 20;
-    if (load != nullptr) {
+    if (char const* const load = std::getenv("ORBU_STRESS")) {
         ASSERT_EQ(std::sscanf(load, "%dx%d", &clients, &requests), 2);
     }
     setVariable("ORBU_QMX_LOG", ""); // each line would be written there

@@ -3,7 +3,7 @@
 
 namespace {
 
-class PresenterTest : public ProcessTest {};
+using PresenterTest = ProcessTest;
 
 TEST_F(PresenterTest, WithoutADisplayDialogsGoToTheOtherPresenter) {
     static constexpr char nowhere[] = ":60000"; // loads the toolkit, in vain
@@ -36,13 +36,6 @@ TEST_F(PresenterTest, WithoutADisplayDialogsGoToTheOtherPresenter) {
         ASSERT_TRUE(signalServer(SIGTERM));
         ASSERT_TRUE(eventually([this] { return !fileExists(prefix()); }));
     }
-}
-
-TEST_F(PresenterTest, AServerThatIsToShowWindowsEndsWithoutADisplay) {
-    Child server({serverPath()}, {"PROCESS_ARGUMENTS=" + prefix(), "ORBU_QMX_PRESENTER=windows",
-                                  "WAYLAND_DISPLAY=", "DISPLAY=:60000"});
-    EXPECT_EQ(server.wait(), 4);
-    EXPECT_FALSE(fileExists(prefix()));
 }
 
 } // namespace

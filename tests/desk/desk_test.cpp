@@ -21,20 +21,24 @@ using Clock = std::chrono::steady_clock;
 
 // All widgets of a type in a window, in the order of the tree.
 template <class T>
-void collect(Gtk::Widget& widget, std::vector<T*>& found) {
+std::vector<T*> all(Gtk::Widget& widget) {
+    std::vector<T*> found;
     if (auto* const fits = dynamic_cast<T*>(&widget)) {
         found.push_back(fits);
     }
     for (auto* child = widget.get_first_child(); child; child = child->get_next_sibling()) {
-        collect(*child, found);
+        auto const inner = all<T>(*child);
+        found.insert(found.end(), inner.begin(), inner.end());
     }
+    return found;
 }
 
-template <class T>
-std::vector<T*> all(Gtk::Widget& widget) {
-    std::vector<T*> found;
-    collect(widget, found);
-    return found;
+std::string repeated(std::string const& text, int times) {
+    std::string all;
+    for (; times > 0; --times) {
+        all += text;
+    }
+    return all;
 }
 
 std::vector<Gtk::Window*> shownWindows() {
@@ -140,17 +144,8 @@ TEST_F(DeskTest, AWindowThatIsTakenAwayDoesNotAnswer) {
 
 TEST_F(DeskTest, NothingMakesAWindowLargerThanTheScreen) {
     std::string const large(3 << 20, 'x');
-    std::string lines;
-    for (int i = 0; i < 20000; ++i) {
-        lines += "a line\n";
-    }
-    std::string joined;
-    for (int i = 0; i < 2000; ++i) {
-        joined += "\U0001F468\u200D";
-    }
-    Dialog error;
-    error.icon = 1;
-    error.caption = large;
+    std::string const lines = repeated("a line\n", 20000);
+    std::string const joined = repeated("\U0001F468\u200D", 2000);
     struct {
         char const* name;
         std::string title;
@@ -170,7 +165,9 @@ TEST_F(DeskTest, NothingMakesAWindowLargerThanTheScreen) {
     };
     Room const room = roomOnScreen();
     for (auto const& each : cases) {
-        Dialog dialog = error;
+        Dialog dialog;
+        dialog.icon = 1;
+        dialog.caption = large;
         dialog.kind = each.buttons.empty() ? Dialog::Kind::Error : Dialog::Kind::MessageBox;
         dialog.title = each.title;
         dialog.detail = each.detail;

@@ -66,10 +66,7 @@ protected:
         sigset_t const signals = pipeSignal();
         pthread_sigmask(SIG_UNBLOCK, &signals, nullptr); // one that reaches the host would kill the test
         setVariable("ORBU_QMX_IDLE", "50ms");
-        std::filesystem::path bin = serverPath();
-        for (int i = 0; i < 4; ++i) {
-            bin = bin.parent_path();
-        }
+        std::string const bin = serverPath().substr(0, serverPath().find("/QMX.app"));
         useLocations(key("ORBU_COMMON_BIN_LOCATION", bin) + key("ORBU_MAC_FRAMEWORK_LOCATION", mPlace));
         make("Orbu.framework/Versions/31a/Resources/de_DE/OrbuIntRes.xml",
              "<ORBUSTRINGTABLE><STRING ID='yes'><CAPTION>Ja</CAPTION></STRING>"

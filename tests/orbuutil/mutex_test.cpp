@@ -62,9 +62,9 @@ TEST_F(Mutex, CutsNames) {
                                          {stem + "\u00e9\u00e9", stem}}) {
         OrbuMutex lock;
         EXPECT_TRUE(lock.Open(wanted.c_str()) && lock.Lock(-1));
-        EXPECT_EQ(valueOf(opened), 0);
+        EXPECT_EQ(semaphoreValue(opened), 0);
         EXPECT_TRUE(lock.Close());
-        EXPECT_EQ(valueOf(opened), -1);
+        EXPECT_EQ(semaphoreValue(opened), -1);
     }
 }
 
@@ -92,9 +92,7 @@ TEST_F(FileLock, HoldsUntilTheProcessLets) {
     mode_t const mask = ::umask(0);
     EXPECT_TRUE(lock.Open(file.c_str()));
     ::umask(mask);
-    struct stat info = {};
-    EXPECT_EQ(::stat(file.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0600U);
+    EXPECT_EQ(modeOf(file), S_IFREG | 0600U);
 
     auto const heldForOthers = [&] {
         return Child([&] { return ::lockf(::open(file.c_str(), O_RDWR), F_TEST, 0) == 0 ? 0 : 1; }).wait() !=

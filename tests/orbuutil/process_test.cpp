@@ -4,7 +4,6 @@
 #include "orbuutil/tprocess.h"
 
 #include <atomic>
-#include <csignal>
 #include <fcntl.h>
 #include <sys/wait.h>
 #include <syslog.h>

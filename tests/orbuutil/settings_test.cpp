@@ -4,9 +4,9 @@
 #include "orbuutil/orbuSettingsPrivate.h"
 
 #include <csignal>
-#include <cstring>
 #include <fcntl.h>
 #include <filesystem>
+#include <regex>
 #include <semaphore.h>
 #include <sys/ptrace.h>
 #include <sys/resource.h>
@@ -44,14 +44,10 @@ std::string sectionOf(OrbuSettings& store, const char* name) {
 
 // <s a><d k>v</d></s> stands for the elements and attributes with their whole names.
 std::string settings(std::string text) {
-    for (auto const& [from, to] : {std::pair("<s ", "<Section Name="),
-                                   {"</s>", "</Section>"},
-                                   {"<d ", "<Data Key="},
-                                   {"</d>", "</Data>"}}) {
-        for (auto at = text.find(from); at != std::string::npos; at = text.find(from)) {
-            text.replace(at, std::strlen(from), to);
-        }
-    }
+    text = std::regex_replace(text, std::regex("<s "), "<Section Name=");
+    text = std::regex_replace(text, std::regex("</s>"), "</Section>");
+    text = std::regex_replace(text, std::regex("<d "), "<Data Key=");
+    text = std::regex_replace(text, std::regex("</d>"), "</Data>");
     return "<OrbuSettings>" + text + "</OrbuSettings>";
 }
 
@@ -69,11 +65,6 @@ protected:
         OrbuSettings store(false);
         bool const good = store.open(file.c_str(), false);
         return shown(store, good);
-    }
-
-    unsigned mode(std::string const& path) const {
-        struct stat info = {};
-        return ::stat(path.c_str(), &info) == 0 ? info.st_mode & 0777 : 0;
     }
 
     std::string const file;
@@ -154,7 +145,7 @@ TEST_F(Settings, Saves) {
     mode_t const mask = ::umask(027);
     EXPECT_FALSE(first.save(nested.c_str())); // and did it
     ::umask(mask);
-    EXPECT_TRUE(mode(nested) == 0640 && mode(in("new")) == 0750);
+    EXPECT_TRUE(modeOf(nested) == (S_IFREG | 0640) && modeOf(in("new")) == (S_IFDIR | 0750));
     EXPECT_EQ(fileText(nested).rfind(R"(<?<?xml version="1.0" encoding="UTF-8" standalone="yes"?>?>)", 0),
               0U);
     EXPECT_EQ(::sem_unlink(mutex.c_str()), -1); // no name is left behind
@@ -180,7 +171,7 @@ TEST_F(Settings, Saves) {
 
     int const fd = ::open(file.c_str(), O_RDONLY);
     EXPECT_TRUE(private_settings_open_to_all(fd, in("new").c_str()));
-    EXPECT_TRUE(mode(file) == 0666 && mode(in("new")) == 0777);
+    EXPECT_TRUE(modeOf(file) == (S_IFREG | 0666) && modeOf(in("new")) == (S_IFDIR | 0777));
     EXPECT_FALSE(private_settings_open_to_all(fd, in("none").c_str()) ||
                  private_settings_open_to_all(-1, ""));
     ::close(fd);
@@ -212,9 +203,7 @@ TEST_F(Settings, MergesByElement) {
         EXPECT_FALSE(store.save(file.c_str()));
         std::string text = fileText(file);
         text.erase(0, text.find("<OrbuSettings>"));
-        for (auto at = text.find_first_of("\n"); at != std::string::npos; at = text.find("\n")) {
-            text.erase(at, text.find_first_not_of("\n ", at) - at);
-        }
+        text = std::regex_replace(text, std::regex("\n *"), "");
         EXPECT_EQ(text, row.after.empty() ? "" : settings(row.after));
     }
     OrbuSettings store(false);

@@ -8,6 +8,7 @@
 #include <iterator>
 #include <optional>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -27,6 +28,12 @@ bool eventually(Condition condition, std::chrono::milliseconds limit = std::chro
 }
 
 inline bool fileExists(std::string const& path) { return ::access(path.c_str(), F_OK) == 0; }
+
+// Kind and permissions as stat(2) has them, but for the bit that folders inherit; 0 when there is none.
+inline mode_t modeOf(std::string const& path) {
+    struct stat info = {};
+    return ::stat(path.c_str(), &info) == 0 ? info.st_mode & ~mode_t{S_ISGID} : 0;
+}
 
 inline std::string fileText(std::string const& path) {
     std::ifstream file(path);

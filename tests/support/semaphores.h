@@ -7,21 +7,22 @@
 
 #include <gtest/gtest.h>
 
+// The semaphore's value, -1 when there is none: 1 free, 0 held.
+inline int semaphoreValue(std::string const& name) {
+    int result = -1;
+    if (sem_t* semaphore = ::sem_open(name.c_str(), 0); semaphore != SEM_FAILED) {
+        ::sem_getvalue(semaphore, &result);
+        ::sem_close(semaphore);
+    }
+    return result;
+}
+
 // A name for each process, which a mutex does not cut; removed after each test.
 class SemaphoreTest : public ::testing::Test {
 protected:
     ~SemaphoreTest() override { ::sem_unlink(name.c_str()); }
 
-    // The semaphore's value, -1 when there is none: 1 free, 0 held.
-    static int valueOf(std::string const& which) {
-        int result = -1;
-        if (sem_t* semaphore = ::sem_open(which.c_str(), 0); semaphore != SEM_FAILED) {
-            ::sem_getvalue(semaphore, &result);
-            ::sem_close(semaphore);
-        }
-        return result;
-    }
-    int value() const { return valueOf(name); }
+    int value() const { return semaphoreValue(name); }
 
     std::string const name = "/orbutest" + std::to_string(::getpid());
 };
