@@ -24,6 +24,8 @@
 #include <algorithm>
 #include <chrono>
 #include <climits>
+#include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 #include <sys/stat.h>
@@ -123,6 +125,12 @@ void check_shipped(Survey const& survey, char const* name, Verdicts& verdicts) {
     }
 }
 
+// Whether the location is the folder that the library has in the user's home.
+bool is_in_home(Location const& location) {
+    char const* const home = std::getenv("HOME");
+    return home != nullptr && location.value.starts_with(std::string(home) + "/Orbu/");
+}
+
 // A folder that is written to. One that is missing is made when it is needed.
 void check_written(Survey const& survey, char const* name, Verdicts& verdicts) {
     Location const& location = survey.at(name);
@@ -140,7 +148,8 @@ void check_written(Survey const& survey, char const* name, Verdicts& verdicts) {
                        advice_on(survey, location));
     } else if (::access(above.c_str(), W_OK | X_OK) != 0) {
         verdicts.wrong(name, location.value + (location.exists ? " cannot be written" : " cannot be made"),
-                       "give yourself write permission to " + above.string());
+                       "give yourself write permission to " + above.string() +
+                           (is_in_home(location) ? ", or set HOME to a folder where you have it" : ""));
     } else {
         verdicts.ok(name, location.value + (location.exists ? "" : " (not made yet)"));
     }
@@ -200,8 +209,16 @@ void check_error_table(Survey const& survey, Verdicts& verdicts) {
 }
 
 // The words of the dialogs, in every locale.
-void check_string_resources(Verdicts& verdicts) {
+void check_string_resources(Survey const& survey, Verdicts& verdicts) {
     constexpr char kSubject[] = "string resources";
+    if (!has_place(survey, kLocalizedData, kSubject, verdicts)) {
+        return;
+    }
+    Location const& location = survey.at(kLocalizedData);
+    if (!location.exists) {
+        verdicts.wrong(kSubject, location.value + " does not exist", advice_on(survey, location));
+        return;
+    }
     auto const tables = read_string_tables();
     auto const faults = find_faults(tables);
     for (StringFault const& fault : faults) {
@@ -308,8 +325,12 @@ void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts
         if (failure.code() >= ExitSignal) {
             throw;
         }
+        // The library takes the first ".app" of a server's path for its bundle, whatever stands around it.
+        bool const in_other_bundle = ::strcasestr(survey.at(kCommonBin).value.c_str(), ".app") != nullptr;
         verdicts.wrong(kSubject, failure.what(),
-                       failure.code() == ExitTimeLimit ? "try a longer --timeout" : kReinstall);
+                       failure.code() == ExitTimeLimit ? "try a longer --timeout"
+                       : in_other_bundle ? "move the runtime to a place without \".app\" in its path"
+                                         : kReinstall);
     }
 }
 
@@ -325,7 +346,7 @@ int examine(std::chrono::nanoseconds limit) {
     }
     check_settings(survey, limit, verdicts);
     check_error_table(survey, verdicts);
-    check_string_resources(verdicts);
+    check_string_resources(survey, verdicts);
     check_server(survey, limit, verdicts);
     return verdicts.any_wrong() ? ExitNegative : ExitDone;
 }
