@@ -48,11 +48,12 @@ constexpr char kAskExamples[] =
     R"(Prints the label of the button that was pressed. The exit code is 0 for the first button, 1 for the second, 12 for
 the third, 13 for the fourth and so on. Escape and closing the window count as the last button. Without a display
 the question is asked on the terminal, by number or label, where the end of the input (Ctrl-D) counts as the last
-button; with no terminal either, the exit code is 8.
+button; with no terminal either, the exit code is 8. Where a script ends at the first failure (set -e), || takes up
+what is not the first button.
 
 Examples:
   orbu ask --title "Delete everything?" --button Yes --button No --focus No && rm -r everything
-  answer=$(orbu ask --title "Save?" --button Save --button Discard --button Cancel --timeout 30s)
+  answer=$(orbu ask --title "Save?" --button Save --button Discard --button Cancel --timeout 30s) || code=$?
   orbu ask --title "Go on?" --icon warning --button Continue --button Stop --json)";
 
 constexpr char kWaitExamples[] =
