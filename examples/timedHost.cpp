@@ -1,7 +1,9 @@
 // A host that times its work. Each piece of it leaves a START and an END in the performance log, when that is
 // on (ORBU_PERF_LOG); see what they show with `orbu perf`.
 //
-// usage: timed_host ROUNDS
+// usage: timed_host [ROUNDS]          1 if it is left out
+#include "runtime.h"
+
 #include "orbuint/orbuintSingletonOrder.h"
 #include "orbulog/orbuPerfLog.h"
 #include "orbulog/orbuPerfLogger.h"
@@ -73,6 +75,7 @@ bool askCompanion() {
 } // namespace
 
 int main(int argc, char** argv) {
+    useRuntimeOfLibrary();
     COrbuIntSingletonOrder const order;
     int const rounds = argc > 1 ? std::atoi(argv[1]) : 1;
     for (int round = 0; round < rounds; ++round) {
