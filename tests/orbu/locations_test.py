@@ -104,13 +104,13 @@ class DoctorTest(LocationsTest):
         return found
 
     def moved(self):
+        """A copy of the runtime, and the environment in which it is used."""
         library = self.folder / "moved" / "lib"
         shutil.copytree(RUNTIME, library / "orbu", symlinks=True)
         shutil.copy(BIN.parent / "lib" / "liborbu.so.31", library)
-        return library / "orbu"
-
-    def use(self, runtime):
-        return {"VEXMOOR_ORBU_CUSTOM_ENV": str(runtime / "OrbuCustomEnv.xml"), "ORBU_RUNTIME": str(runtime)}
+        self.resources = library / "orbu/Orbu.framework/Versions/31a/Resources"
+        self.companion = library / "orbu/R31/QMX.app/Contents/MacOS/QMX"
+        return {"VEXMOOR_ORBU_CUSTOM_ENV": str(library / "orbu/OrbuCustomEnv.xml"), "ORBU_RUNTIME": str(library / "orbu")}
 
     def test_all_is_well(self):
         found = self.doctor()
@@ -140,21 +140,19 @@ class DoctorTest(LocationsTest):
         self.assertEqual(set(found), {"log file", "user settings"})
 
     def test_damaged_runtime(self):
-        runtime = self.moved()
-        self.doctor(**self.use(runtime))
-        resources = runtime / "Orbu.framework" / "Versions" / "31a" / "Resources"
-        (resources / "OrbuErrorCodes.xml").write_text("<ERRORTABLES><TABLE", encoding="ascii")
-        (resources / "de_DE" / "OrbuIntRes.xml").write_text("<", encoding="ascii")
-        (runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX").unlink()
-        self.assertEqual(set(self.wrong(**self.use(runtime))), {"error table file", "string resources", "companion"})
-        shutil.rmtree(resources)
-        self.assertIn("common data", self.wrong(**self.use(runtime)))
+        moved = self.moved()
+        self.doctor(**moved)
+        (self.resources / "OrbuErrorCodes.xml").write_text("<ERRORTABLES><TABLE", encoding="ascii")
+        (self.resources / "de_DE" / "OrbuIntRes.xml").write_text("<", encoding="ascii")
+        self.companion.unlink()
+        self.assertEqual(set(self.wrong(**moved)), {"error table file", "string resources", "companion"})
+        shutil.rmtree(self.resources)
+        self.assertIn("common data", self.wrong(**moved))
 
     def test_older_companion(self):
-        runtime = self.moved()
-        program = runtime / "R31" / "QMX.app" / "Contents" / "MacOS" / "QMX"
-        program.write_text(f"#!/bin/sh\necho $$ >{self.folder}/pid\nexec {sys.executable} {PYTHON_SERVER}\n", encoding="utf-8")
-        found = self.wrong(**self.use(runtime))
+        moved = self.moved()
+        self.companion.write_text(f"#!/bin/sh\necho $$ >{self.folder}/pid\nexec {sys.executable} {PYTHON_SERVER}\n", encoding="utf-8")
+        found = self.wrong(**moved)
         pid = int((self.folder / "pid").read_text(encoding="ascii"))
         os.kill(pid, signal.SIGTERM)
         wait_for(lambda: not alive(pid), SECONDS, "the server's end")
@@ -162,19 +160,18 @@ class DoctorTest(LocationsTest):
         self.assertIn("older", found["dialogs"])
 
     def test_string_resources(self):
-        runtime = self.moved()
-        resources = runtime / "Orbu.framework" / "Versions" / "31a" / "Resources"
+        moved = self.moved()
 
         def edit(locale, before, after):
-            file = resources / locale / "OrbuIntRes.xml"
+            file = self.resources / locale / "OrbuIntRes.xml"
             text = file.read_text(encoding="utf-8")
             self.assertIn(before, text)
             file.write_text(text.replace(before, after), encoding="utf-8")
         edit("cs_CZ", ' ID="retry"', ' ID="rety"')
         edit("fr_FR", "Fermer", "")
         edit("ja_JP", ' ID="yes"', ' ID="no"')
-        (resources / "zh_TW" / "OrbuIntRes.xml").unlink()
-        lines = self.orbu("doctor", code=NEGATIVE, **self.use(runtime)).splitlines()
+        (self.resources / "zh_TW" / "OrbuIntRes.xml").unlink()
+        lines = self.orbu("doctor", code=NEGATIVE, **moved).splitlines()
         found = [line.split("Resources/")[1].replace("/OrbuIntRes.xml", "").split(";")[0] for line in lines
                  if line.startswith("wrong")]
         self.assertEqual(found, [

@@ -1,6 +1,5 @@
 // The expected texts were computed with Python and the openssl command from the library's stored blocks.
 #include "orbucrypt/ccryptUtil.h"
-#include "orbucrypt/ccryptUtilPrivate.h"
 
 #include <cryptopp/cryptlib.h>
 #include <gtest/gtest.h>

@@ -7,7 +7,6 @@
 #include "orbuutil/c_memory.h"
 #include "orbuutil/orbuUtil.h"
 #include "orbuutil/orbuUtilCustomEnv.h"
-#include "qmx/qmxPipeSession.h"
 #include "support/customEnv.h"
 #include "support/processes.h"
 #include "support/texts.h"

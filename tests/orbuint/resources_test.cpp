@@ -11,13 +11,10 @@ namespace {
 // A folder for each test, and a handler that has loaded nothing.
 class Resources : public PlaceTest {
 protected:
-    Resources() {
-        std::filesystem::create_directory(folder);
-        COrbuUtilObjectManagerManager::cleanup();
-    }
+    Resources() { COrbuUtilObjectManagerManager::cleanup(); }
     ~Resources() override { COrbuUtilObjectManagerManager::cleanup(); }
 
-    void write(const std::string& text) const { writeFile(folder + "/OrbuIntRes.xml", text); }
+    void write(const std::string& text) const { make("\xC3\xA9/OrbuIntRes.xml", text); }
     static bool load(const std::string& from) {
         return COrbuIntResHandler::instance()->loadResourceFile(from.c_str());
     }

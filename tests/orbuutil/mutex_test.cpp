@@ -12,8 +12,7 @@ using Mutex = SemaphoreTest;
 using FileLock = PlaceTest;
 
 TEST_F(Mutex, TakesAndGivesBack) {
-    OrbuMutex first;
-    OrbuMutex second;
+    OrbuMutex first, second;
     ASSERT_TRUE(first.Open(name.c_str()) && second.Open(name.c_str()));
     EXPECT_EQ(value(), 1);
     for (int timeout : {0, -2}) {
@@ -36,8 +35,7 @@ TEST_F(Mutex, TakesAndGivesBack) {
 }
 
 TEST_F(Mutex, ClosingFreesTheName) {
-    OrbuMutex holder;
-    OrbuMutex waiter;
+    OrbuMutex holder, waiter;
     auto next = std::make_unique<OrbuMutex>();
     EXPECT_TRUE(holder.Open(name.c_str()) && holder.Lock(-1) && waiter.Open(name.c_str()));
     EXPECT_TRUE(waiter.Close());

@@ -1,7 +1,6 @@
 #include "platformSupport.h"
 
 #include "orbuutil/c_path.h"
-#include "orbuutil/ownersPrivate.h"
 #include "orbuutil/tpath.h"
 #include "support/texts.h"
 

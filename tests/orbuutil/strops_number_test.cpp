@@ -1,3 +1,4 @@
+#include "support/files.h"
 #include "support/texts.h"
 
 #include <gtest/gtest.h>
@@ -7,7 +8,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <random>
 #include <string>
 #include <vector>
@@ -77,19 +77,17 @@ TEST(Number, RealNumbersAreParsedWhole) {
     EXPECT_FALSE(ok);
 }
 
+using NumberInALocale = PlaceTest;
+
 // Numbers go to other processes, whatever the host's language is.
-TEST(Number, TheHostsLocaleDoesNotMatter) {
-    std::string folder = testing::TempDir() + "orbu-locale-XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    const std::string make = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    setenv("LOCPATH", folder.c_str(), 1);
-    const bool comma = std::system(make.c_str()) == 0 && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr &&
+TEST_F(NumberInALocale, IsThatOfAnyOther) {
+    const std::string define = "localedef -i de_DE -f UTF-8 '" + in("de_DE.UTF-8") + "' >/dev/null 2>&1";
+    setVariable("LOCPATH", mPlace);
+    const bool comma = std::system(define.c_str()) == 0 && std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr &&
                        std::string(std::localeconv()->decimal_point) == ",";
     const double parsed = TStr("1.25e0").toDouble();
     const TStr written = TStr::number(1.25, 'f', 2);
     std::setlocale(LC_ALL, "C");
-    unsetenv("LOCPATH");
-    std::filesystem::remove_all(folder);
     if (!comma)
         GTEST_SKIP() << "no locale with a decimal comma can be made here";
     EXPECT_EQ(parsed, 1.25);

@@ -272,23 +272,23 @@ class KillTest(WindowsTest):
 class DisplayTest(WindowsTest):
     """The display itself goes away."""
 
-    def start_display(self):
+    def start_on_display(self):
+        """A display, a screen on it, and another server that is there."""
+        self.server.terminate()
+        self.server.wait(SECONDS)
         ours, theirs = os.pipe()
         display = subprocess.Popen(["Xvfb", "-displayfd", str(theirs), "-nolisten", "tcp", "-noreset"],
                                    pass_fds=[theirs], stderr=subprocess.DEVNULL)
         self.addCleanup(lambda: (display.kill(), display.wait()))
         os.close(theirs)
         with os.fdopen(ours) as pipe:
-            return display, f":{pipe.readline().strip()}"
+            name = f":{pipe.readline().strip()}"
+        return display, Screen(name), self.start(DISPLAY=name)
 
     def test_display_lost(self):
-        self.server.terminate()
-        self.server.wait(SECONDS)
         for state in (ERROR, WAIT):
             with self.subTest(state):
-                display, name = self.start_display()
-                screen = Screen(name)
-                server = self.start(DISPLAY=name)
+                display, screen, server = self.start_on_display()
                 peer = self.peer()
                 peer.open(ERROR) if state == ERROR else peer.wait(True)
                 wait_for(screen.windows, SECONDS, "the window", PAUSE)
@@ -300,12 +300,9 @@ class DisplayTest(WindowsTest):
 
     def test_display_hangs(self):
         """It is not waited for when the server is to end."""
-        self.server.terminate()
-        self.server.wait(SECONDS)
-        display, name = self.start_display()
-        server = self.start(DISPLAY=name)
+        display, screen, server = self.start_on_display()
         self.peer().open(ERROR)
-        wait_for(Screen(name).windows, SECONDS, "the window", PAUSE)
+        wait_for(screen.windows, SECONDS, "the window", PAUSE)
         display.send_signal(signal.SIGSTOP)
         server.terminate()
         self.assertEqual(server.wait(SECONDS), 0)
