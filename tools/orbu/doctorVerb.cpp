@@ -294,6 +294,26 @@ void check_dialogs(Shown shown, Verdicts& verdicts) {
     }
 }
 
+// What to do when the companion cannot be started, or does not answer.
+char const* advice_on_start(Survey const& survey, int code) {
+    auto const is_set = [](char const* name) {
+        char const* const value = std::getenv(name);
+        return value != nullptr && *value != '\0';
+    };
+    if (code == ExitTimeLimit) {
+        return "try a longer --timeout";
+    }
+    // The library takes the first ".app" of a server's path for its bundle, whatever stands around it.
+    if (::strcasestr(survey.at(kCommonBin).value.c_str(), ".app") != nullptr) {
+        return "move the runtime to a place without \".app\" in its path";
+    }
+    // The companion does not start with one that it cannot read.
+    if (is_set("ORBU_QMX_PRESENTER") || is_set("ORBU_QMX_IDLE")) {
+        return "correct or unset ORBU_QMX_PRESENTER and ORBU_QMX_IDLE, or install the runtime again";
+    }
+    return kReinstall;
+}
+
 void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts& verdicts) {
     constexpr char kSubject[] = "companion";
     std::string const prefix = bytes_of(QMXPipeNamedConduit::defaultPipePrefix("QMX"));
@@ -325,12 +345,7 @@ void check_server(Survey const& survey, std::chrono::nanoseconds limit, Verdicts
         if (failure.code() >= ExitSignal) {
             throw;
         }
-        // The library takes the first ".app" of a server's path for its bundle, whatever stands around it.
-        bool const in_other_bundle = ::strcasestr(survey.at(kCommonBin).value.c_str(), ".app") != nullptr;
-        verdicts.wrong(kSubject, failure.what(),
-                       failure.code() == ExitTimeLimit ? "try a longer --timeout"
-                       : in_other_bundle ? "move the runtime to a place without \".app\" in its path"
-                                         : kReinstall);
+        verdicts.wrong(kSubject, failure.what(), advice_on_start(survey, failure.code()));
     }
 }
 
