@@ -192,6 +192,7 @@ class TerminalTest(DialogTest):
                 self.assertEqual(found, code, shown)
                 self.assertTrue(shown.startswith("Question\nSure?\\x1b[2J\nReally?\n  1  Yes\n  2  No\n[2]: "), shown)
                 self.assertEqual(shown.endswith(f"\n{label}\n"), label is not None, shown)
+                self.assertEqual(shown.count("none of these"), max(len(typed) - 1, 0), shown)
 
     def test_error(self):
         shown, code = self.at_terminal([], "error", "--title", "T", "--detail", "a\nb", "--locale", "ja_JP")

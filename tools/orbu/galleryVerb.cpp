@@ -32,14 +32,14 @@ int make_gallery(std::string const& folder, std::vector<std::string> const& loca
     if (::access(maker.c_str(), X_OK) != 0) {
         throw Failure(ExitNoDisplay, "this companion has no windows: there is no " + maker);
     }
+    std::vector<std::string> command = {maker, "--out", folder};
+    for (std::string const& locale : locales) {
+        command.insert(command.end(), {"--locale", dialog_locale(locale)});
+    }
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
         throw Failure(ExitFailed, "cannot make " + one_line(folder) + ": " + error.message());
-    }
-    std::vector<std::string> command = {maker, "--out", folder};
-    for (std::string const& locale : locales) {
-        command.insert(command.end(), {"--locale", dialog_locale(locale)});
     }
     int code = ExitNoDisplay;
     if (has_display()) {

@@ -143,6 +143,7 @@ size_t choose(Terminal& terminal, Prompt const& prompt, Limit const& limit) {
         if (auto const chosen = text.empty() ? prompt.focus : choice(prompt.buttons, text)) {
             return *chosen;
         }
+        terminal.show("That names none of these buttons. Type a number or a label.\n");
     }
 }
 
