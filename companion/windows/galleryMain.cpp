@@ -1,5 +1,5 @@
 // qmxgallery: a picture of every dialog in every language, for those who translate and those who look.
-#include <array>
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -12,7 +12,9 @@
 
 #include "errorWindow.h"
 #include "messageWindow.h"
+#include "orbuutil/c_list.h"
 #include "picture.h"
+#include "qmx/qmxTranslator.h"
 #include "resourceFolders.h"
 #include "texts.h"
 #include "toolkit.h"
@@ -32,8 +34,16 @@ Needs a display: `with-display qmxgallery ...` brings one of its own.
 Exit codes: 0 done, 1 a picture could not be written, 2 usage, 8 no display.
 )";
 
-constexpr std::array kLocales{"cs_CZ", "de_DE", "en_CA", "en_US", "es_ES", "fr_FR", "hu_HU", "it_IT",
-                              "ja_JP", "ko_KR", "pl_PL", "pt_BR", "pt_PT", "ru_RU", "zh_CN", "zh_TW"};
+std::vector<std::string> admittedLocales() {
+    std::vector<std::string> locales;
+    TList<TStr> const admitted = QMXTranslatorCache::availableLocales();
+    for (TListIterator<TStr> locale(admitted.handle(), list_head(admitted.handle())); !locale.isEnd();
+         locale.next()) {
+        locales.emplace_back((*locale).toUtf8());
+    }
+    std::sort(locales.begin(), locales.end());
+    return locales;
+}
 
 struct Options {
     std::filesystem::path out;
@@ -69,7 +79,7 @@ bool readOptions(int argc, char** argv, Options& options) {
         return false;
     }
     if (options.locales.empty()) {
-        options.locales.assign(kLocales.begin(), kLocales.end());
+        options.locales = admittedLocales();
     }
     return true;
 }
