@@ -6,6 +6,7 @@
 #include "qmx/qmxPipeNamedConduit.h"
 #include "qmx/qmxPipePacket.h"
 #include "qmx/qmxPipeSession.h"
+#include "runtime.h"
 #include "terminal.h"
 
 #include <algorithm>
@@ -75,11 +76,7 @@ bool has_children() {
 
 } // namespace
 
-std::string default_server() {
-    std::error_code error;
-    auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (program.parent_path() / ORBU_SERVER_FROM_PROGRAM).lexically_normal();
-}
+std::string default_server() { return beside_program(ORBU_SERVER_FROM_PROGRAM); }
 
 Conversation::Conversation(Place place, watchdog::Duration limit, Observer& observer)
     : place_(std::move(place)), limit_(limit), observer_(observer) {

@@ -24,7 +24,6 @@
 
 namespace {
 
-constexpr auto kConnectLimit = std::chrono::seconds(30);
 constexpr size_t kMostButtons = 16; // that a message box has
 // A line that a FIFO takes in one piece arrives whole: these parts of it leave room for the rest.
 constexpr size_t kMostCaption = 1 << 10;

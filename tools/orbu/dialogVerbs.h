@@ -5,8 +5,12 @@
 #include "serviceVerbs.h"
 #include "verbs.h"
 
+#include <chrono>
 #include <string>
 #include <vector>
+
+// For reaching the companion; how long a dialog may stand is another matter.
+constexpr auto kConnectLimit = std::chrono::seconds(30);
 
 // error, ask, wait. `command` is what stands behind "--".
 void add_dialog_verbs(CLI::App& app, Options& options, std::vector<std::string> const& command,

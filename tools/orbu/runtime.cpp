@@ -13,14 +13,13 @@ bool own_in_force = false;
 bool own_home = false;
 std::optional<std::string> runtime_before; // ORBU_RUNTIME
 
-// By a path relative to this program; no absolute one when it cannot be told where that is.
-std::string own_runtime() {
+} // namespace
+
+std::string beside_program(char const* path) {
     std::error_code error;
     auto const program = std::filesystem::read_symlink("/proc/self/exe", error);
-    return (program.parent_path() / ORBU_RUNTIME_FROM_PROGRAM).lexically_normal();
+    return (program.parent_path() / path).lexically_normal();
 }
-
-} // namespace
 
 void use_own_runtime() {
     if (std::getenv("HOME") == nullptr) {
@@ -28,7 +27,7 @@ void use_own_runtime() {
         ::setenv("HOME", user != nullptr ? user->pw_dir : "/", 1);
         own_home = true;
     }
-    std::string const runtime = own_runtime();
+    std::string const runtime = beside_program(ORBU_RUNTIME_FROM_PROGRAM);
     std::string const file = runtime + "/OrbuCustomEnv.xml";
     if (runtime.starts_with('/') && std::getenv("VEXMOOR_ORBU_THINCLIENT_ENV") == nullptr &&
         std::getenv("VEXMOOR_ORBU_CUSTOM_ENV") == nullptr && ::access(file.c_str(), R_OK) == 0) {

@@ -2,6 +2,7 @@
 #include "attributes.h"
 #include "duration.h"
 #include "exitCodes.h"
+#include "options.h"
 #include "orbuutil/orbuMutex.h"
 #include "orbuutil/orbuSettings.h"
 #include "orbuutil/orbuUtil.h"
@@ -272,18 +273,9 @@ void add_settings_verbs(CLI::App& app, Action& action) {
                                                                   : "";
                 },
                 "");
-        verb->add_option_function<std::string>(
-                "--timeout",
-                [arguments](std::string const& text) {
-                    auto const duration = parse_duration(text);
-                    if (!duration || *duration > std::chrono::minutes(30)) {
-                        throw CLI::ValidationError(
-                            "--timeout", "\"" + text + "\" is no time like 500ms or 20s, up to 30m");
-                    }
-                    arguments->timeout = *duration;
-                },
-                std::string("How long to wait for another process (default: ") + kDefaultTimeout + ")")
-            ->type_name("DURATION");
+        add_duration_option(*verb, "--timeout", arguments->timeout,
+                            std::string("How long to wait for another process (default: ") + kDefaultTimeout +
+                                ")");
         if (row.operands & (MayNameSection | NamesKey)) {
             auto* const section =
                 verb->add_option("SECTION", arguments->section, "The section's name")->type_name("");

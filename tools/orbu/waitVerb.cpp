@@ -18,7 +18,6 @@
 
 namespace {
 
-constexpr auto kConnectLimit = std::chrono::seconds(30);
 // A command that is done by then starts no companion.
 constexpr long kFirstNanoseconds = 100'000'000;
 
