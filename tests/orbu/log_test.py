@@ -67,6 +67,15 @@ def entry(time, event, process=7, component="[OrbuInt]", date="2024/03/09", syst
 
 
 class PerfTest(LogVerbTest):
+    def test_progress_of_long_input_on_a_terminal(self):
+        part = self.folder / "part"
+        part.write_text(entry("01:00:00:0", "A.END") * 1000, encoding="ascii")
+        self.environment["TERM"] = "xterm"
+        # The pauses are longer than what the bar waits for.
+        self.begin_at_terminal("/bin/sh", "-c", f"for i in 1 2 3; do cat {part}; sleep 0.5; done | {ORBU} perf - >/dev/null")
+        self.assertEqual(self.end_at_terminal(), DONE)
+        self.assertRegex(self.shown, rb"(?s)^\rreading  .* lines\x1b\[K\r\x1b\[K\S*orbu:")  # taken away before there is talk
+
     def perf(self, text, *arguments, **options):
         log = self.folder / "log.csv"
         log.write_bytes(text if isinstance(text, bytes) else text.encode())
